@@ -1,0 +1,25 @@
+# vennick_room(NAME DIRECTORY dir [ONLY stems...] [EXCEPT stems...] [LINK libraries...])
+#
+# One static library made of the sources of one folder. ONLY and EXCEPT choose by file stem where two
+# libraries share a folder. A folder that holds no source yet makes a library that only passes its
+# links on.
+function(vennick_room NAME)
+  cmake_parse_arguments(ROOM "" "DIRECTORY" "ONLY;EXCEPT;LINK" ${ARGN})
+  file(GLOB candidates CONFIGURE_DEPENDS "${CMAKE_SOURCE_DIR}/${ROOM_DIRECTORY}/*.cpp")
+  set(sources "")
+  foreach(source IN LISTS candidates)
+    cmake_path(GET source STEM stem)
+    if((NOT ROOM_ONLY OR stem IN_LIST ROOM_ONLY) AND NOT stem IN_LIST ROOM_EXCEPT)
+      list(APPEND sources "${source}")
+    endif()
+  endforeach()
+  if(sources)
+    add_library(${NAME} STATIC ${sources})
+    target_include_directories(${NAME} PUBLIC "${CMAKE_SOURCE_DIR}")
+    target_link_libraries(${NAME} PUBLIC ${ROOM_LINK} PRIVATE vennick_warnings)
+  else()
+    add_library(${NAME} INTERFACE)
+    target_include_directories(${NAME} INTERFACE "${CMAKE_SOURCE_DIR}")
+    target_link_libraries(${NAME} INTERFACE ${ROOM_LINK})
+  endif()
+endfunction()

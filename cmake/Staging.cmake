@@ -1,0 +1,1 @@
+# The staged bundle is laid out here.
