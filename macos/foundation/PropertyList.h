@@ -1,0 +1,37 @@
+// SPDX-License-Identifier: MIT
+//
+// Property lists as bytes: binary ("bplist00"), XML and old-style ASCII on reading, binary and XML on
+// writing, the XML byte for byte as the platform writes it. Pure functions: bytes in, values out; any
+// thread. Nothing here reads a file, follows an entity or opens an address.
+#ifndef MACOS_FOUNDATION_PROPERTYLIST_H
+#define MACOS_FOUNDATION_PROPERTYLIST_H
+
+#include <string>
+#include <string_view>
+
+#include "macos/foundation/Value.h"
+#include "macos/host/Status.h"
+
+namespace macos {
+
+enum class NSPropertyListFormat { OpenStep = 1, XML = 100, Binary = 200 };
+
+struct PropertyListReading {
+  Value value;
+  NSPropertyListFormat format = NSPropertyListFormat::Binary;
+};
+
+class NSPropertyListSerialization {
+ public:
+  // Tries binary, XML and ASCII in that order. Bytes that are none of them are Corrupt, with the offset
+  // in the message. Depth is limited to 512; shared references are charged to a budget of the input's
+  // size, so that memory stays within a small multiple of it.
+  static Result<PropertyListReading> propertyListWithData(std::string_view bytes);
+
+  // InvalidArgument for a value that the format cannot hold (null, a URL) and for OpenStep.
+  static Result<std::string> dataWithPropertyList(const Value& value, NSPropertyListFormat format);
+};
+
+}  // namespace macos
+
+#endif  // MACOS_FOUNDATION_PROPERTYLIST_H
