@@ -1,11 +1,17 @@
 // SPDX-License-Identifier: MIT
 //
 // Grand Central Dispatch as far as it is called: global queues, the main queue, groups with a bounded
-// wait. At most 64 workers run at once; the end of the process never waits for one.
+// wait. At most 64 workers run at once; what cannot start waits its turn. Workers belong to the current
+// host and receive no signals. The end of the process never waits for one; a block that would still use
+// the host therefore holds its results in something that it shares with the waiter.
+//
+// A host that is ended before the process (a test's) drops the blocks that have not begun and waits for
+// those that have, because they may be using it.
 #ifndef MACOS_FOUNDATION_DISPATCH_H
 #define MACOS_FOUNDATION_DISPATCH_H
 
 #include <chrono>
+#include <cstddef>
 #include <functional>
 #include <memory>
 
@@ -13,14 +19,22 @@ namespace macos {
 
 enum class DispatchPriority { Default, High };
 
+inline constexpr std::size_t kDispatchWorkerLimit = 64;
+
+// The block runs once, on a worker, sometime; blocks of high priority begin before those of default
+// priority. Any thread may call it.
 void dispatchAsyncGlobal(DispatchPriority priority, std::function<void()> block);
+// The block runs on the main thread, in the run loop, in order of arrival. Any thread may call it.
 void dispatchAsyncMain(std::function<void()> block);
 
+// Blocks that are waited for together. A reference: copies are the same group. What a block captured is
+// released before the group counts it as ended.
 class DispatchGroup {
  public:
   DispatchGroup();
   void async(DispatchPriority priority, std::function<void()> block);
-  // Whether every block of the group ended within the time.
+  // Whether every block of the group ended within the time (real time, whatever the host's clock says).
+  // Blocks that did not go on, and have nothing to do with the waiter any more.
   bool wait(std::chrono::nanoseconds timeout);
 
  private:
