@@ -151,9 +151,9 @@ std::string composed(std::string_view text) {
 
 bool isSameFileName(std::string_view a, std::string_view b, bool caseSensitive) {
   if (a == b) return true;
-  if (isASCII(a) && isASCII(b)) return !caseSensitive && compareFoldedASCII(a, b) == 0;
+  if (isASCII(a) && isASCII(b)) return !caseSensitive && std::is_eq(compareFoldedASCII(a, b));
   if (!isValidUTF8(a) || !isValidUTF8(b)) return false;
-  return (caseSensitive ? compareNonliteral(a, b) : compareCaseInsensitive(a, b)) == 0;
+  return std::is_eq(caseSensitive ? compareNonliteral(a, b) : compareCaseInsensitive(a, b));
 }
 
 std::strong_ordering compareLiteral(std::string_view a, std::string_view b) {
@@ -174,7 +174,7 @@ std::weak_ordering compareCaseInsensitiveLiteral(std::string_view a, std::string
   FoldedText y(b);
   while (!x.atEnd() && !y.atEnd()) {
     const auto order = x.next() <=> y.next();
-    if (order != 0) return order;
+    if (std::is_neq(order)) return order;
   }
   return y.atEnd() <=> x.atEnd();
 }
