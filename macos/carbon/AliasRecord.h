@@ -2,8 +2,9 @@
 //
 // The Alias Manager's record, versions 2 and 3: what it remembers of a file or folder so that it can be
 // found again. A regular value with a pure codec; it knows nothing of disks (AliasManager.h resolves).
-// Everything is kept as it is stored: the fields of the fixed part, and the tagged fields in their order
-// with those that are not understood, so that a record which is read and written is the same bytes.
+// Everything is kept as it is stored: the fixed part with its reserved bytes, and the tagged fields in
+// their order with those that are not understood, so that a well-formed record which is read and written
+// is the same bytes.
 #ifndef MACOS_CARBON_ALIASRECORD_H
 #define MACOS_CARBON_ALIASRECORD_H
 
@@ -45,7 +46,7 @@ struct AliasRecord {
 
   struct Field {
     std::uint16_t tag = 0;
-    std::string bytes;
+    std::string bytes = {};
 
     friend bool operator==(const Field&, const Field&) = default;
   };
@@ -103,7 +104,9 @@ struct AliasRecord {
   friend bool operator==(const AliasRecord&, const AliasRecord&) = default;
 
  private:
-  std::string reserved_;  // what the fixed part holds in its reserved bytes; empty for the usual ones
+  // The fixed part as it was read, for its reserved bytes and what lies behind its names; empty in a
+  // record that was made here.
+  std::string fixedPart_;
 };
 
 // Bits of volumeAttributes.

@@ -19,8 +19,8 @@ namespace macos {
 
 struct AppleDouble {
   struct Attribute {
-    std::string name;  // "com.apple.quarantine"
-    std::string value;
+    std::string name = {};  // "com.apple.quarantine"
+    std::string value = {};
     std::uint16_t flags = 0;
 
     friend bool operator==(const Attribute&, const Attribute&) = default;
@@ -28,7 +28,7 @@ struct AppleDouble {
   // An entry that has no field of its own here: comment, icon, dates, anything private.
   struct Entry {
     std::uint32_t identifier = 0;
-    std::string bytes;
+    std::string bytes = {};
 
     friend bool operator==(const Entry&, const Entry&) = default;
   };
@@ -41,8 +41,9 @@ struct AppleDouble {
   // Corrupt when the magic number is another, or a count, an offset or a length leads outside the bytes.
   // Of two entries of one kind the first counts. The value never holds more than the bytes did.
   static Result<AppleDouble> decode(std::string_view bytes);
-  // Finder information and attributes come first, the resource fork is last.
-  std::string encode() const;
+  // Finder information and attributes come first, the resource fork is last. InvalidArgument for an
+  // attribute's name of 0 or more than 254 bytes, and for more than the format has room for.
+  Result<std::string> encode() const;
 
   friend bool operator==(const AppleDouble&, const AppleDouble&) = default;
 };

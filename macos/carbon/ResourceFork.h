@@ -20,9 +20,9 @@ inline constexpr OSType rAliasType = fourCharCode("alis");
 struct Resource {
   OSType type = 0;
   std::int16_t identifier = 0;
-  std::string name;  // Mac Roman bytes; empty for none
+  std::string name = {};  // Mac Roman bytes; empty for none
   std::uint8_t attributes = 0;
-  std::string data;
+  std::string data = {};
 
   friend bool operator==(const Resource&, const Resource&) = default;
 };
@@ -30,11 +30,12 @@ struct Resource {
 class ResourceFork {
  public:
   // An empty stream is a fork without resources. Corrupt when an offset, a length or a count leads
-  // outside its area, or when resources share data so that together they would hold more bytes than the
-  // fork does.
+  // outside its area, when two areas, lists or pieces of data overlap, or when shared names would hold
+  // more bytes than the map does.
   static Result<ResourceFork> decode(std::string_view bytes);
   // Data at 256, the map behind it; resources of one type together, in the order of their first one.
-  std::string encode() const;
+  // InvalidArgument when there is more than the format has room for (16 MiB of data, 255 bytes of name).
+  Result<std::string> encode() const;
 
   const std::vector<Resource>& resources() const { return resources_; }
   // Null when there is none.
