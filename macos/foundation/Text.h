@@ -57,6 +57,10 @@ std::weak_ordering compareCaseInsensitiveLiteral(std::string_view a, std::string
 std::weak_ordering compareNonliteral(std::string_view a, std::string_view b);
 std::weak_ordering compareCaseInsensitive(std::string_view a, std::string_view b);
 
+// rangeOfString:options: with NSCaseInsensitiveSearch: whether the word, or a spelling equivalent to it,
+// stands in the text. An empty word stands nowhere.
+bool containsCaseInsensitive(std::string_view text, std::string_view word);
+
 // A–Z made small; every other byte stays. For names that are ASCII by their format.
 std::string lowercaseASCII(std::string_view text);
 

@@ -189,4 +189,11 @@ std::weak_ordering compareCaseInsensitive(std::string_view a, std::string_view b
   return compareCodePoints(caselessDecomposition(a), caselessDecomposition(b));
 }
 
+bool containsCaseInsensitive(std::string_view text, std::string_view word) {
+  const CodePoints folded = caselessDecomposition(text);
+  const CodePoints sought = caselessDecomposition(word);
+  return !sought.empty() &&
+         std::search(folded.begin(), folded.end(), sought.begin(), sought.end()) != folded.end();
+}
+
 }  // namespace macos

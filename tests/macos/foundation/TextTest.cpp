@@ -199,5 +199,12 @@ TEST(Text, LoneSurrogatesBecomeTheReplacementCharacter) {
   EXPECT_EQ(utf8FromUTF16(units), "a\uFFFDb\uFFFD\U0001F600");
 }
 
+TEST(CaseInsensitiveSearch, FindsAWordInAnyLetterCaseAndSpelling) {
+  EXPECT_TRUE(containsCaseInsensitive("com.example.Editor", "EDITOR"));
+  EXPECT_TRUE(containsCaseInsensitive("Caf\u00E9", "cafe\u0301"));
+  EXPECT_FALSE(containsCaseInsensitive("editor", "editors"));
+  EXPECT_FALSE(containsCaseInsensitive("editor", ""));
+}
+
 }  // namespace
 }  // namespace macos
