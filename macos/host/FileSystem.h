@@ -2,11 +2,14 @@
 //
 // The files of the Mac that the process works on, reached inside the root folder. Every path is an
 // absolute Mac path ("/Users/anna/x") and is looked up exactly as chroot(2) would look it up: symbolic
-// links, absolute ones too, resolve inside the root, and nothing inside it leads outside. Paths and
-// names are bytes, compared exactly; spelling variants are the business of the floor above.
+// links, absolute ones too, resolve inside the root, and nothing inside it leads outside. A relative path
+// is taken against "/". Paths and names are bytes, compared exactly; spelling variants are the business
+// of the floor above.
 //
 // An interface, so that a test can count operations, make the Nth one fail, or stand in for a slow or
-// foreign volume. PosixFileSystem is the real one. Any thread may call it.
+// foreign volume. PosixFileSystem is the real one. Any thread may call it. Unless it is said otherwise an
+// operation follows a link at the end of the path when it reads, and takes the link itself when it
+// changes something. Every failure's message begins with the path.
 #ifndef MACOS_HOST_FILESYSTEM_H
 #define MACOS_HOST_FILESYSTEM_H
 
@@ -67,48 +70,67 @@ class FileSystem {
   // The path with every link in it resolved, "." and ".." gone; the item must exist.
   virtual Result<std::string> realPath(std::string_view path) = 0;
   // The whole content of a regular file; links are followed. A file that is larger than the limit, or
-  // no regular file (a pipe must not block a run), is an error.
-  virtual Result<std::string> read(std::string_view path, std::uint64_t limit = std::uint64_t{1} << 32) = 0;
+  // no regular file, is an error: Io (EFBIG, EISDIR) or Unsupported. A pipe never blocks it.
+  virtual Result<std::string> read(std::string_view path, std::uint64_t limit = std::uint64_t{1} << 30) = 0;
   // The first bytes of a regular file, at most count of them.
   virtual Result<std::string> readStart(std::string_view path, std::size_t count) = 0;
   // The entries in the order of their names' bytes.
   virtual Result<std::vector<FolderEntry>> list(std::string_view path) = 0;
-  // Whether the process may read, write or search (R_OK, W_OK, X_OK of access(2)).
+  // Whether the process may read, write or search (R_OK, W_OK, X_OK of access(2)), by its effective user.
   virtual bool isAccessible(std::string_view path, int mode) = 0;
 
+  // What is made new gets the given permission bits less the process's umask. When the superuser makes
+  // it, for another user's home, it belongs to the owner of its folder; what replaces a file belongs to
+  // the owner of that.
+
   // Puts content into the file at the path in one step: it is written beside it under a hidden name
-  // that no other process uses, flushed, and renamed over it. A link at the path is replaced, not
-  // followed. An existing file's permission bits are kept, a new one gets mode. On failure the old file
-  // stands as it was and nothing is left beside it. A crash may leave the neighbour, never half a file.
+  // that no other process uses, flushed to the disk, and renamed over it. A link at the path is replaced,
+  // not followed. An existing file's permission bits are kept, a new one gets mode. On failure the old
+  // file stands as it was and nothing is left beside it. A crash may leave the neighbour (".NAME.", cut
+  // when it is long, and 16 hexadecimal digits), never half a file.
   virtual Status replace(std::string_view path, std::string_view content, std::uint32_t mode) = 0;
-  // Makes a new file; AlreadyExists when anything is at the path.
+  // Makes a new file and flushes it; AlreadyExists when anything is at the path. On failure nothing is
+  // left; a crash may leave a part of it.
   virtual Status create(std::string_view path, std::string_view content, std::uint32_t mode) = 0;
-  // Adds to the end of a file, making it when it is missing.
+  // Adds to the end of a regular file, making it when it is missing; a link is followed. A failure may
+  // leave a part of the content.
   virtual Status append(std::string_view path, std::string_view content, std::uint32_t mode) = 0;
+  // Makes a new file with the content, permission bits, modification time and "user." attributes of a
+  // regular file (a link to one is Unsupported), in pieces, however large it is. AlreadyExists and failure
+  // as for create. The copy is not immutable when the original is.
+  virtual Status copyFile(std::string_view from, std::string_view to) = 0;
   virtual Status makeFolder(std::string_view path, std::uint32_t mode) = 0;
   virtual Status makeLink(std::string_view path, std::string_view target) = 0;
-  // Moves within one volume. With noReplace an existing destination, of any kind, is AlreadyExists.
+  // Moves within one volume; between two it is Io (EXDEV). With Replace::No an existing destination, of
+  // any kind, is AlreadyExists; with Yes a file replaces a file and a folder an empty folder.
   enum class Replace : std::uint8_t { No, Yes };
   virtual Status rename(std::string_view from, std::string_view to, Replace replace) = 0;
   virtual Status removeFile(std::string_view path) = 0;    // files and links
   virtual Status removeFolder(std::string_view path) = 0;  // empty ones
   virtual Status setModified(std::string_view path, UnixNanoseconds time) = 0;
-  virtual Status setMode(std::string_view path, std::uint32_t mode) = 0;
+  virtual Status setMode(std::string_view path, std::uint32_t mode) = 0;  // a link has none: Unsupported
+  // Files and folders only; Unsupported on a volume without the flag.
   virtual Status setImmutable(std::string_view path, bool immutable) = 0;
 
   // Extended attributes by their full host name ("user.com.apple.FinderInfo"), links not followed. An
-  // attribute that is not there, or a volume without attributes, is an empty optional.
+  // attribute that is not there or cannot be read, or a volume without attributes, is an empty optional.
   virtual std::optional<std::string> attribute(std::string_view path, std::string_view name) = 0;
+  // The names of all that can be seen, sorted.
+  virtual std::vector<std::string> attributeNames(std::string_view path) = 0;
   virtual Status setAttribute(std::string_view path, std::string_view name, std::string_view value) = 0;
 
-  // Waits for, and takes, the exclusive lock that belongs to the file at the path, making the file when
-  // it is missing.
+  // Waits, however long it takes, for the exclusive lock of what is at the path, and takes it. The item
+  // itself need not exist and is not touched, its folder must. The lock is a file beside it
+  // (".NAME.lock"), made for it and removed when the lock is given back; a process that crashes may leave
+  // the file, never the lock. It holds against other processes and other threads, and against the thread
+  // that has it: it is not recursive.
   virtual Result<std::unique_ptr<FileLock>> lock(std::string_view path) = 0;
 
-  // The same item's path outside the root, for programs that are to be started or handed over; nullopt
-  // when nothing is there.
+  // The same item's path outside the root, every link resolved, for programs that are to be started or
+  // handed over; nullopt when nothing is there.
   virtual std::optional<std::string> hostPath(std::string_view path) = 0;
-  // The Mac path of an item given by its path outside; nullopt when it lies outside the root.
+  // The Mac path of an existing item given by its path outside, every link resolved as the machine sees
+  // it; nullopt when it lies outside the root.
   virtual std::optional<std::string> pathInRoot(std::string_view hostPath) = 0;
 };
 

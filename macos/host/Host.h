@@ -2,46 +2,53 @@
 //
 // What the process stands on: root folder, home, files, volumes, clock, processes, log, commands. There
 // is one current host. The real one is made from the environment (MACOS_ROOT, HOME) when it is first
-// asked for; a test installs another for a scope. Everything in the project that is kept process-wide
-// hangs on the current host through hostLocal<T>(), and so goes with it.
+// asked for and lasts as long as the process; a test installs another for a scope. Everything in the
+// project that is kept process-wide hangs on the current host through hostLocal<T>(), and so goes with it.
+//
+// A host is shared: whoever hands work to another thread keeps Host::shared() with it and makes it that
+// thread's host for the time of the work (ThreadHost). So work that ends late, after the scope that it
+// was started in, still has the host and the locals that it began with, and touches no other one.
 #ifndef MACOS_HOST_HOST_H
 #define MACOS_HOST_HOST_H
 
-#include <any>
-#include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
 #include <string>
 #include <typeindex>
+#include <vector>
 
 #include "macos/host/FileSystem.h"
 #include "macos/host/Services.h"
 
 namespace macos {
 
-class Host {
+class Host : public std::enable_shared_from_this<Host> {
  public:
+  // Shared, because a test keeps hold of its substitutes.
   struct Parts {
-    std::string home;         // Mac path of the user's home
-    std::string executable;   // path of this program outside the root
-    std::unique_ptr<FileSystem> files;
-    std::unique_ptr<VolumeTable> volumes;
-    std::unique_ptr<Clock> clock;
-    std::unique_ptr<ProcessTable> processes;
-    std::unique_ptr<LogSink> log;
-    std::unique_ptr<CommandRunner> commands;
+    std::string home;        // Mac path of the user's home
+    std::string executable;  // path of this program outside the root
+    std::shared_ptr<FileSystem> files;
+    std::shared_ptr<VolumeTable> volumes;
+    std::shared_ptr<Clock> clock;
+    std::shared_ptr<ProcessTable> processes;
+    std::shared_ptr<LogSink> log;
+    std::shared_ptr<CommandRunner> commands;
     std::map<std::string, std::string> environment;
   };
 
-  explicit Host(Parts parts);
+  // REQUIRES: every part is there
+  static std::shared_ptr<Host> make(Parts parts);
   ~Host();
   Host(const Host&) = delete;
   Host& operator=(const Host&) = delete;
 
+  // The calling thread's host where it has one (ThreadHost), else the process's.
   static Host& current();
+  static std::shared_ptr<Host> shared() { return current().shared_from_this(); }
 
-  // Absolute and without a slash at its end.
+  // Absolute and, but for "/" itself, without a slash at its end.
   const std::string& home() const { return parts_.home; }
   const std::string& executable() const { return parts_.executable; }
   const std::map<std::string, std::string>& environment() const { return parts_.environment; }
@@ -53,15 +60,17 @@ class Host {
   CommandRunner& commands() { return *parts_.commands; }
 
   // The one T of this host, made on first use and destroyed with the host, in reverse order of making.
+  // While they are destroyed this host is the thread's current one.
   template <typename T>
   T& local();
 
  private:
-  friend class ScopedHost;
+  explicit Host(Parts parts);
+
   Parts parts_;
   std::recursive_mutex localsMutex_;
   std::map<std::type_index, std::shared_ptr<void>> locals_;
-  std::vector<std::shared_ptr<void>> localsInOrder_;
+  std::vector<std::type_index> localsInOrder_;
 };
 
 template <typename T>
@@ -69,8 +78,9 @@ T& Host::local() {
   std::lock_guard lock(localsMutex_);
   auto found = locals_.find(std::type_index(typeid(T)));
   if (found == locals_.end()) {
+    // Those that its constructor asks for come before it.
     auto made = std::make_shared<T>();
-    localsInOrder_.push_back(made);
+    localsInOrder_.emplace_back(typeid(T));
     found = locals_.emplace(std::type_index(typeid(T)), std::move(made)).first;
   }
   return *static_cast<T*>(found->second.get());
@@ -83,18 +93,34 @@ T& hostLocal() {
 }
 
 // The host of a real process: MACOS_ROOT (default "/"), HOME (default: the password database, else "/").
-// A HOME that is relative counts as unset.
+// A HOME that is relative counts as unset; whether it exists is not asked. A root that cannot be opened
+// makes a host on which no file is found. Commands find the tools in the "Resources" beside the
+// executable's folder, and in that folder, before those of PATH.
 Host::Parts posixHostParts();
 
-// Makes a host the current one until the end of the scope; scopes nest.
+// Makes a host the process's current one until the end of the scope; scopes nest. For the main thread.
 class ScopedHost {
  public:
-  explicit ScopedHost(Host& host);
+  explicit ScopedHost(std::shared_ptr<Host> host);
   ~ScopedHost();
   ScopedHost(const ScopedHost&) = delete;
   ScopedHost& operator=(const ScopedHost&) = delete;
 
  private:
+  std::shared_ptr<Host> host_;
+  Host* previous_;
+};
+
+// Makes a host the current one of the calling thread alone until the end of the scope; scopes nest.
+class ThreadHost {
+ public:
+  explicit ThreadHost(std::shared_ptr<Host> host);
+  ~ThreadHost();
+  ThreadHost(const ThreadHost&) = delete;
+  ThreadHost& operator=(const ThreadHost&) = delete;
+
+ private:
+  std::shared_ptr<Host> host_;
   Host* previous_;
 };
 

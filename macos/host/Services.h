@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: MIT
 //
 // The small services of the machine underneath, each an interface so that a test can stand in for what
-// a machine cannot be made to do on demand. The real ones are in PosixHost.
+// a machine cannot be made to do on demand. The real ones are the Posix… classes of this folder. Any
+// thread may call them.
 #ifndef MACOS_HOST_SERVICES_H
 #define MACOS_HOST_SERVICES_H
 
@@ -29,21 +30,23 @@ class Clock {
   // Time that never runs backwards, from an arbitrary start.
   virtual UnixNanoseconds monotonic() = 0;
   // Waits until a file descriptor of the set is readable or the time (monotonic) has come, whichever is
-  // first; gives the readable ones. A substitute clock moves its own time instead of sleeping.
-  virtual std::vector<int> waitUntil(UnixNanoseconds monotonicDeadline, const std::vector<int>& descriptors) = 0;
+  // first; gives the readable ones, among them those that have ended or are broken. A time that has
+  // passed only looks. A substitute clock moves its own time instead of sleeping.
+  virtual std::vector<int> waitUntil(UnixNanoseconds monotonicDeadline,
+                                     const std::vector<int>& descriptors) = 0;
 };
 
 struct ProcessInfo {
   pid_t processID = 0;
   pid_t parentID = 0;
   // The program that runs, as a path outside the root: the executable, or for an interpreted script the
-  // script.
+  // script. "" when it cannot be told, as for another user's process.
   std::string executable;
   UnixNanoseconds started = 0;  // since boot; tells a reused number apart
 };
 
 struct LaunchRequest {
-  std::string executable;              // Mac path, or a path outside when outsideRoot is set
+  std::string executable;  // Mac path, or a path outside when outsideRoot is set
   bool outsideRoot = false;
   std::vector<std::string> arguments;  // argv[1] and on
   // The whole environment of the child.
@@ -55,9 +58,15 @@ class ProcessTable {
   virtual ~ProcessTable() = default;
   // Every process that runs now; one that has ended but was not yet reaped is not among them.
   virtual std::vector<ProcessInfo> processes() = 0;
-  virtual Status sendTerminate(pid_t processID) = 0;  // SIGTERM
-  // Starts a detached process: a session of its own, working directory "/", standard input from
-  // nothing, no descriptor of ours, and never a zombie of ours.
+  // The process as it is now; nullopt when it has ended.
+  virtual std::optional<ProcessInfo> process(pid_t processID) = 0;
+  // SIGTERM. NotFound when the process has ended, also when another one has its number by now.
+  virtual Status sendTerminate(const ProcessInfo& process) = 0;
+  // Starts a detached process: a session of its own, working directory "/", standard input, output and
+  // error to nothing, no descriptor of ours, default signal handling, and never a zombie of ours. A
+  // program that cannot be executed is an error: NotFound, PermissionDenied, or Unsupported for one of
+  // another kind of machine and for a script that names no interpreter. The parent does not wait for
+  // more than the beginning of its execution.
   virtual Result<pid_t> launch(const LaunchRequest& request) = 0;
 };
 
@@ -81,7 +90,8 @@ class CommandRunner {
   virtual ~CommandRunner() = default;
   // Runs a command text through the shell and gives its standard output, byte for byte. A command that
   // outlives the time limit or prints more than the limit is ended, with its children, and gives
-  // Cancelled; one that cannot be started gives Io. The exit status is not looked at.
+  // Cancelled; one that cannot be started gives Io. The exit status is not looked at. Standard input is
+  // empty, standard error is ours.
   virtual Result<std::string> run(const std::string& command, const CommandLimits& limits) = 0;
 };
 
@@ -94,9 +104,10 @@ struct VolumeInfo {
   bool isEjectable = false;
   bool isReadOnly = false;
   bool isBoot = false;
+  // Whether the volume tells names apart that differ in letter case only.
   bool isCaseSensitive = true;
-  std::uint64_t capacity = 0;
-  std::string remountURL;  // "smb://…" for a network volume whose address is known, else ""
+  std::uint64_t capacity = 0;  // bytes
+  std::string remountURL;      // "smb://…" for a network volume whose address is known, else ""
 };
 
 class VolumeTable {
@@ -104,8 +115,9 @@ class VolumeTable {
   virtual ~VolumeTable() = default;
   // The boot volume first, then by mount point.
   virtual std::vector<VolumeInfo> volumes() = 0;
-  // The volume that holds the item at the path, or would hold it.
-  virtual VolumeInfo volumeForPath(std::string_view path) = 0;
+  // The volume that holds the item at the path, or would hold it. Of a link at the end the volume of what
+  // it leads to; with FollowLinks::No its own.
+  virtual VolumeInfo volumeForPath(std::string_view path, FollowLinks follow = FollowLinks::Yes) = 0;
 };
 
 }  // namespace macos

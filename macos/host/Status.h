@@ -33,7 +33,10 @@ class [[nodiscard]] Status {
   // The context (mostly a path) comes first, the cause second: "…/x.plist: No such file or directory".
   Status(ErrorCode code, std::string_view context, std::string_view cause, int errnoValue = 0);
 
-  // The one place that turns an errno into a Status.
+  // The one place that turns an errno into a Status. A path whose parent is no folder is NotFound, a
+  // read-only volume is PermissionDenied, a name or path that is too long is InvalidArgument; a full disk,
+  // a link loop, a move between volumes and all the rest are Io.
+  // REQUIRES: errnoValue != 0
   static Status fromErrno(std::string_view context, int errnoValue);
 
   bool ok() const { return code_ == ErrorCode::Ok; }
