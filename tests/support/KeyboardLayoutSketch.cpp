@@ -4,7 +4,7 @@
 #include <fstream>
 #include <iterator>
 
-namespace test_support {
+namespace vennick::tests {
 
 namespace {
 
@@ -160,4 +160,4 @@ std::string compiledLayout(const std::string& name) {
   return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
 }
 
-}  // namespace test_support
+}  // namespace vennick::tests

@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-namespace test_support {
+namespace vennick::tests {
 
 struct RecordSketch {
   std::uint16_t character = 0xFFFF;
@@ -54,6 +54,6 @@ std::uint32_t loadU32(const std::string& bytes, std::size_t place);
 // A layout that the build has compiled, "US" for example; empty when it is not there.
 std::string compiledLayout(const std::string& name);
 
-}  // namespace test_support
+}  // namespace vennick::tests
 
 #endif  // TESTS_SUPPORT_KEYBOARDLAYOUTSKETCH_H

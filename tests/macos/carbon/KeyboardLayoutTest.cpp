@@ -7,10 +7,10 @@
 
 using macos::UCKeyStroke;
 using macos::UCKeyTranslate;
-using test_support::LayoutSketch;
-using test_support::RecordSketch;
-using test_support::TypeSketch;
-using test_support::typeWithTables;
+using vennick::tests::LayoutSketch;
+using vennick::tests::RecordSketch;
+using vennick::tests::TypeSketch;
+using vennick::tests::typeWithTables;
 
 namespace {
 
@@ -200,11 +200,11 @@ TEST(KeyboardLayoutData, TakesAnArrayThatLeavesTheDataForNull) {
   EXPECT_EQ(macos::UCKeyToCharTableIndex(layout, tables).keyToCharTableCount(), 4U);
 
   std::string manyTables = layout;
-  test_support::storeU32(&manyTables, tables + 4, 0xFFFFFFFF);
+  vennick::tests::storeU32(&manyTables, tables + 4, 0xFFFFFFFF);
   EXPECT_TRUE(macos::UCKeyToCharTableIndex(manyTables, tables).isNull());
 
   std::string manyEntries = layout;
-  const std::uint32_t record = test_support::loadU32(layout, header->keyStateRecordsIndexOffset + 8);
+  const std::uint32_t record = vennick::tests::loadU32(layout, header->keyStateRecordsIndexOffset + 8);
   EXPECT_FALSE(macos::UCKeyStateRecord(layout, record).isNull());
   manyEntries[record + 5] = '\x7F';
   EXPECT_TRUE(macos::UCKeyStateRecord(manyEntries, record).isNull());
@@ -248,11 +248,11 @@ TEST(KeyboardLayoutData, CanBeCutAtEveryByte) {
 TEST(KeyboardLayoutData, CanHoldAnyNumberForAnOffset) {
   const std::string layout = accentLayout();
   const auto size = static_cast<std::uint32_t>(layout.size());
-  for (const std::size_t place : test_support::offsetPlaces(layout)) {
+  for (const std::size_t place : vennick::tests::offsetPlaces(layout)) {
     for (const std::uint32_t value :
          {0U, 1U, size - 1, size, size + 1, 0x7FFFFFFFU, 0x80000000U, 0xFFFFFFFFU}) {
       std::string broken = layout;
-      test_support::storeU32(&broken, place, value);
+      vennick::tests::storeU32(&broken, place, value);
       for (int key = 0; key < 4; ++key) typed(broken, {{2, kOption}, {key, 0}, {key, 2}, {key, kOption}});
     }
   }
