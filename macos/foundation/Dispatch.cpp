@@ -26,9 +26,11 @@ constexpr std::chrono::hours kLongestWait{24 * 365};
 
 // What the workers hold on to: it outlives the host, and at the process's end everything else.
 struct Queues {
+  explicit Queues(std::weak_ptr<Host> theHost) : host(std::move(theHost)) {}
+
+  const std::weak_ptr<Host> host;
   std::mutex mutex;
   std::condition_variable workArrived;
-  std::condition_variable workEnded;
   std::deque<Block> high;
   std::deque<Block> standard;
   std::size_t workers = 0;
@@ -45,6 +47,15 @@ struct Queues {
   }
 };
 
+// The host stays as long as the block runs, whoever else lets go of it.
+void run(Block block, const std::weak_ptr<Host>& weakHost) {
+  auto host = weakHost.lock();
+  if (!host) return;
+  const ThreadHost current(std::move(host));
+  block();
+  block = nullptr;
+}
+
 void work(const std::shared_ptr<Queues>& queues) {
   std::unique_lock lock(queues->mutex);
   while (
@@ -53,11 +64,9 @@ void work(const std::shared_ptr<Queues>& queues) {
     Block block = queues->takeNext();
     ++queues->busy;
     lock.unlock();
-    block();
-    block = nullptr;
+    run(std::move(block), queues->host);
     lock.lock();
     --queues->busy;
-    if (queues->busy == 0) queues->workEnded.notify_all();
   }
   --queues->workers;
 }
@@ -80,17 +89,16 @@ class SignalsBlocked {
 
 class GlobalQueues {
  public:
-  // Blocks hand their results to the main queue, so that the run loop must outlive them.
-  GlobalQueues() { hostLocal<NSRunLoop>(); }
+  GlobalQueues() = default;
 
   ~GlobalQueues() {
-    std::deque<Block> dropped[2];
-    std::unique_lock lock(queues_->mutex);
+    std::deque<Block> droppedHigh;
+    std::deque<Block> droppedStandard;
+    const std::lock_guard lock(queues_->mutex);
     queues_->ended = true;
-    dropped[0].swap(queues_->high);
-    dropped[1].swap(queues_->standard);
+    droppedHigh.swap(queues_->high);
+    droppedStandard.swap(queues_->standard);
     queues_->workArrived.notify_all();
-    queues_->workEnded.wait(lock, [this] { return queues_->busy == 0; });
   }
 
   GlobalQueues(const GlobalQueues&) = delete;
@@ -115,7 +123,7 @@ class GlobalQueues {
     }
   }
 
-  const std::shared_ptr<Queues> queues_ = std::make_shared<Queues>();
+  const std::shared_ptr<Queues> queues_ = std::make_shared<Queues>(Host::shared());
 };
 
 }  // namespace

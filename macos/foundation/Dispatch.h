@@ -1,12 +1,11 @@
 // SPDX-License-Identifier: MIT
 //
 // Grand Central Dispatch as far as it is called: global queues, the main queue, groups with a bounded
-// wait. At most 64 workers run at once; what cannot start waits its turn. Workers belong to the current
-// host and receive no signals. The end of the process never waits for one; a block that would still use
-// the host therefore holds its results in something that it shares with the waiter.
+// wait. At most 64 workers run at once; what cannot start waits its turn. Workers receive no signals.
 //
-// A host that is ended before the process (a test's) drops the blocks that have not begun and waits for
-// those that have, because they may be using it.
+// The queues belong to the current host, and a block runs under the host that was current when it was
+// handed in: a running block keeps it, so that one that ends late touches nothing that has ended. Blocks
+// that have not begun when their host goes are dropped. The end of the process waits for no worker.
 #ifndef MACOS_FOUNDATION_DISPATCH_H
 #define MACOS_FOUNDATION_DISPATCH_H
 

@@ -33,8 +33,12 @@ UnixNanoseconds nanoseconds(double seconds) {
   return static_cast<UnixNanoseconds>(std::llround(value));
 }
 
+// A date is a double, which today tells times apart that lie about 0.1 µs apart: what it stands for is the
+// nearest whole microsecond.
 UnixNanoseconds unixTime(NSDate date) {
-  return nanoseconds(date.secondsSinceReferenceDate + kReferenceDateSince1970);
+  constexpr UnixNanoseconds kMicrosecond = 1000;
+  const UnixNanoseconds time = nanoseconds(date.secondsSinceReferenceDate + kReferenceDateSince1970);
+  return (time + (time < 0 ? -kMicrosecond : kMicrosecond) / 2) / kMicrosecond * kMicrosecond;
 }
 
 class Descriptor {
