@@ -13,8 +13,10 @@ namespace {
 
 constexpr std::string_view kHead = "name A Layout\nidentifier com.example.A\n";
 
-macos::Result<LayoutTable> parsed(std::string_view text) {
-  return parseLayoutTable("", std::string(kHead) + std::string(text));
+macos::Result<LayoutTable> parsed(std::string_view text, std::string_view specialKeys = {}) {
+  std::string whole(kHead);
+  whole.append(text);
+  return parseLayoutTable(specialKeys, whole);
 }
 
 }  // namespace
@@ -44,7 +46,7 @@ TEST(LayoutTable, ReadsCharactersNumbersDeadKeysAndNothing) {
 }
 
 TEST(LayoutTable, LetsALayoutReplaceASpecialKey) {
-  const auto table = parseLayoutTable("any 65 .\nany 36 U+000D\n", std::string(kHead) + "any 65 ,\n");
+  const auto table = parsed("any 65 ,\n", "any 65 .\nany 36 U+000D\n");
   ASSERT_TRUE(table.ok());
   EXPECT_EQ(table->keys[65]->plain.character, u',');
   EXPECT_EQ(table->keys[36]->control->character, u'\r');
