@@ -180,6 +180,22 @@ std::vector<ProcessInfo> PosixProcessTable::processes() {
   return result;
 }
 
+std::optional<std::string> PosixProcessTable::environmentValue(const ProcessInfo& process,
+                                                               std::string_view name) {
+  constexpr std::size_t kLargestEnvironment = std::size_t{2} << 20;
+  if (name.find('=') != std::string_view::npos) return std::nullopt;
+  const std::string environment = readSome(procPath(process.processID, "environ"), kLargestEnvironment);
+  std::string_view rest = environment;
+  while (!rest.empty()) {
+    const std::string_view entry = rest.substr(0, rest.find('\0'));
+    rest.remove_prefix(std::min(entry.size() + 1, rest.size()));
+    if (entry.size() > name.size() && entry[name.size()] == '=' && entry.substr(0, name.size()) == name) {
+      return std::string(entry.substr(name.size() + 1));
+    }
+  }
+  return std::nullopt;
+}
+
 Status PosixProcessTable::sendTerminate(const ProcessInfo& process) {
   const std::string name = "process " + std::to_string(process.processID);
   // Numbers from 0 down stand for groups and for everybody.

@@ -18,6 +18,7 @@ class PosixProcessTable : public ProcessTable {
 
   std::vector<ProcessInfo> processes() override;
   std::optional<ProcessInfo> process(pid_t processID) override;
+  std::optional<std::string> environmentValue(const ProcessInfo& process, std::string_view name) override;
   Status sendTerminate(const ProcessInfo& process) override;
   Result<pid_t> launch(const LaunchRequest& request) override;
 
