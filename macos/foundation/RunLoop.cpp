@@ -41,6 +41,12 @@ UnixNanoseconds unixTime(NSDate date) {
   return (time + (time < 0 ? -kMicrosecond : kMicrosecond) / 2) / kMicrosecond * kMicrosecond;
 }
 
+// When the date comes, as seen now, in monotonic time.
+UnixNanoseconds monotonicTime(NSDate date) {
+  auto& clock = Host::current().clock();
+  return clock.monotonic() + std::clamp<UnixNanoseconds>(unixTime(date) - clock.now(), 0, kDistant);
+}
+
 class Descriptor {
  public:
   explicit Descriptor(int number) : number_(number) {}
@@ -243,8 +249,7 @@ NSRunLoop& NSRunLoop::mainRunLoop() { return hostLocal<NSRunLoop>(); }
 void NSRunLoop::runUntilDate(NSDate limit) {
   const auto state = state_;
   auto& clock = Host::current().clock();
-  const UnixNanoseconds wait = std::clamp<UnixNanoseconds>(unixTime(limit) - clock.now(), 0, kDistant);
-  const UnixNanoseconds deadline = clock.monotonic() + wait;
+  const UnixNanoseconds deadline = monotonicTime(limit);
   for (;;) {
     state->fireTimers();
     state->runBlocks();
@@ -258,6 +263,18 @@ void NSRunLoop::runUntilDate(NSDate limit) {
     if (isOver) break;
   }
   state->announceIdle();
+}
+
+void NSRunLoop::runOnceBeforeDate(NSDate limit) {
+  const auto state = state_;
+  UnixNanoseconds until = Host::current().clock().monotonic();
+  if (state->hasNoBlocks()) {
+    state->announceIdle();
+    if (state->hasNoBlocks()) until = state->nextWakeUp(monotonicTime(limit));
+  }
+  state->wait(until);
+  state->fireTimers();
+  state->runBlocks();
 }
 
 void NSRunLoop::perform(std::function<void()> block) {

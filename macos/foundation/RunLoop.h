@@ -37,6 +37,10 @@ class NSRunLoop {
   // in the past delivers what is there and returns.
   void runUntilDate(NSDate limit);
 
+  // Waits until something arrives or the date comes, delivers what is there, and returns (runMode:beforeDate:
+  // in the default mode).
+  void runOnceBeforeDate(NSDate limit);
+
   // From any thread: the block runs in the loop, in order of arrival. Blocks still waiting when the
   // process ends are dropped.
   void perform(std::function<void()> block);
