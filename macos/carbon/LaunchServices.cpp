@@ -1,0 +1,181 @@
+// SPDX-License-Identifier: MIT
+#include "macos/carbon/LaunchServices.h"
+
+#include <algorithm>
+#include <mutex>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "macos/carbon/BundleVersion.h"
+#include "macos/foundation/Bundle.h"
+#include "macos/foundation/Path.h"
+#include "macos/foundation/Text.h"
+#include "macos/host/Host.h"
+
+namespace macos {
+
+namespace {
+
+constexpr OSType kNoSignature = fourCharCode("????");
+constexpr std::string_view kApplicationExtension = "app";
+
+// What Info.plist and PkgInfo say about an application.
+struct Facts {
+  std::string identifier;
+  std::string version;
+  OSType signature = kLSUnknownCreator;
+};
+
+struct Application {
+  std::string path;
+  std::string fileName;
+  std::optional<Facts> facts;  // read when they are first asked for
+};
+
+OSType codeOfBytes(std::string_view bytes) {
+  OSType code = 0;
+  for (const char c : bytes) code = code << 8 | static_cast<unsigned char>(c);
+  return code;
+}
+
+OSType readSignature(const NSBundle& bundle, const std::string& path) {
+  constexpr std::size_t kTypeSize = 4;
+  constexpr std::size_t kPackageInfoSize = 8;
+  if (const auto text = bundle.infoDictionary().string("CFBundleSignature")) {
+    const auto bytes = macRomanFromUTF8(*text);
+    return bytes && bytes->size() == kTypeSize ? codeOfBytes(*bytes) : kLSUnknownCreator;
+  }
+  const auto info = Host::current().files().readStart(path + "/Contents/PkgInfo", kPackageInfoSize);
+  if (!info.ok() || info->size() != kPackageInfoSize) return kLSUnknownCreator;
+  return codeOfBytes(std::string_view(*info).substr(kTypeSize));
+}
+
+Facts readFacts(const std::string& path) {
+  Facts facts;
+  const auto bundle = NSBundle::bundleWithPath(path);
+  if (!bundle) return facts;
+  const Dictionary& info = bundle->infoDictionary();
+  facts.identifier = bundle->bundleIdentifier();
+  facts.version =
+      info.string("CFBundleVersion").value_or(info.string("CFBundleShortVersionString").value_or(""));
+  facts.signature = readSignature(*bundle, path);
+  return facts;
+}
+
+// Which applications there are: one per host.
+class ApplicationIndex {
+ public:
+  ApplicationIndex() {
+    scanWithSubfolders("/Applications", {"/Applications/Utilities"});
+    scan(Host::current().home() + "/Applications", nullptr);
+    scan("/System/Applications", nullptr);
+    scan("/System/Library/CoreServices", nullptr);
+    for (std::size_t i = 0; i < applications_.size(); ++i) byName_.push_back(i);
+    std::stable_sort(byName_.begin(), byName_.end(), [this](std::size_t a, std::size_t b) {
+      return compareCaseInsensitive(applications_[a].fileName, applications_[b].fileName) < 0;
+    });
+  }
+
+  std::optional<std::string> pathForIdentifier(std::string_view identifier) {
+    return best([&](const Application& application) {
+      return compareCaseInsensitive(application.facts->identifier, identifier) == 0;
+    });
+  }
+
+  std::optional<std::string> pathForCreator(OSType creator) {
+    return best([&](const Application& application) { return application.facts->signature == creator; });
+  }
+
+  std::optional<std::string> pathForName(std::string_view name) {
+    const std::lock_guard lock(mutex_);
+    const auto first =
+        std::lower_bound(byName_.begin(), byName_.end(), name, [this](std::size_t i, std::string_view n) {
+          return compareCaseInsensitive(applications_[i].fileName, n) < 0;
+        });
+    const auto last = std::upper_bound(first, byName_.end(), name, [this](std::string_view n, std::size_t i) {
+      return compareCaseInsensitive(n, applications_[i].fileName) < 0;
+    });
+    Application* newest = nullptr;
+    for (auto at = first; at != last; ++at) newest = newer(newest, applications_[*at]);
+    return newest ? std::optional(newest->path) : std::nullopt;
+  }
+
+ private:
+  // Adds the applications in a folder, and gives its other folders when asked for them.
+  void scan(const std::string& folder, std::vector<std::string>* subfolders) {
+    auto& files = Host::current().files();
+    const auto entries = files.list(pathAsOnDisk(folder));
+    if (!entries.ok()) return;
+    for (const FolderEntry& entry : *entries) {
+      if (entry.kind == FileKind::File) continue;
+      std::string path = pathByAppendingComponent(folder, entry.name);
+      const auto info = files.info(path, FollowLinks::Yes);
+      if (!info.ok() || !info->isFolder()) continue;
+      std::string name = validUTF8(entry.name);
+      if (isSameFileName(pathExtension(name), kApplicationExtension, false)) {
+        applications_.push_back({std::move(path), std::move(name), std::nullopt});
+      } else if (subfolders != nullptr) {
+        subfolders->push_back(std::move(path));
+      }
+    }
+  }
+
+  void scanWithSubfolders(const std::string& folder, const std::vector<std::string>& more) {
+    std::vector<std::string> subfolders;
+    scan(folder, &subfolders);
+    for (const std::string& other : more) scan(other, &subfolders);
+    for (const std::string& subfolder : subfolders) {
+      if (std::find(more.begin(), more.end(), subfolder) == more.end()) scan(subfolder, nullptr);
+    }
+  }
+
+  const Facts& factsOf(Application& application) {
+    if (!application.facts) application.facts = readFacts(application.path);
+    return *application.facts;
+  }
+
+  // The first in the order of folders wins where versions are equal.
+  Application* newer(Application* best, Application& other) {
+    if (best == nullptr) return &other;
+    return compareBundleVersions(factsOf(*best).version, factsOf(other).version) < 0 ? &other : best;
+  }
+
+  template <typename Matches>
+  std::optional<std::string> best(Matches matches) {
+    const std::lock_guard lock(mutex_);
+    Application* newest = nullptr;
+    for (Application& application : applications_) {
+      factsOf(application);
+      if (matches(application)) newest = newer(newest, application);
+    }
+    return newest ? std::optional(newest->path) : std::nullopt;
+  }
+
+  std::mutex mutex_;
+  std::vector<Application> applications_;  // in the order of folders
+  std::vector<std::size_t> byName_;
+};
+
+std::optional<std::string> pathOfApplication(OSType creator, std::optional<std::string_view> bundleID,
+                                             std::optional<std::string_view> name) {
+  auto& index = hostLocal<ApplicationIndex>();
+  std::optional<std::string> path;
+  if (bundleID && !bundleID->empty()) path = index.pathForIdentifier(*bundleID);
+  if (!path && creator != kLSUnknownCreator && creator != kNoSignature) path = index.pathForCreator(creator);
+  if (!path && name) path = index.pathForName(*name);
+  return path;
+}
+
+}  // namespace
+
+OSStatus LSFindApplicationForInfo(OSType creator, std::optional<std::string_view> bundleID,
+                                  std::optional<std::string_view> name, NSURL* outURL) {
+  if (creator == kLSUnknownCreator && !bundleID && !name) return paramErr;
+  const auto path = pathOfApplication(creator, bundleID, name);
+  if (!path) return kLSApplicationNotFoundErr;
+  if (outURL != nullptr) *outURL = NSURL::fileURLWithPathIsDirectory(*path, true);
+  return noErr;
+}
+
+}  // namespace macos
