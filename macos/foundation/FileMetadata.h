@@ -23,7 +23,7 @@ bool isPartnerName(std::string_view name);
 
 // All zero when nothing is recorded. An attribute counts before the partner.
 FinderInfo finderInfoAtPath(std::string_view path);
-// "" when there is none, or more than 16 MiB of it.
+// Of a file; "" when there is none, or more than 16 MiB of it.
 std::string resourceForkAtPath(std::string_view path);
 
 // Written where they are found today, else into the partner, which is made when it is missing and keeps
