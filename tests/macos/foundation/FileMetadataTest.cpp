@@ -63,13 +63,13 @@ TEST(FileMetadata, IsWrittenIntoThePartnerAndReadBack) {
   EXPECT_TRUE(finderInfoAtPath(kFile).isZero());
   EXPECT_EQ(resourceForkAtPath(kFile), "");
   ASSERT_TRUE(setFinderInfo(kFile, infoWithFlags(kIsInvisible)).ok());
-  ASSERT_TRUE(setResourceFork(kFile, "a fork").ok());
+  const std::string fork = testData("resource-forks/empty.rsrc");
+  ASSERT_TRUE(setResourceFork(kFile, fork).ok());
   EXPECT_TRUE(finderInfoAtPath(kFile).isInvisible());
-  EXPECT_EQ(resourceForkAtPath(kFile), "a fork");
+  EXPECT_EQ(resourceForkAtPath(kFile), fork);
   EXPECT_EQ(host.root().readFile(kFile), "text");
-  EXPECT_EQ(
-      readIndependently("appledouble.py", host.root().readFile("/Users/anna/._report.txt")).substr(0, 32),
-      "finder .... .... flags 0x4000\nFA");
+  EXPECT_EQ(readIndependently("appledouble.py", host.root().readFile("/Users/anna/._report.txt")),
+            "finder .... .... flags 0x4000\nfork 286 data 256 0 map 256 30\n");
 }
 
 TEST(FileMetadata, ChangesNothingElseInThePartner) {
