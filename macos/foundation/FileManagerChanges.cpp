@@ -1,0 +1,262 @@
+// SPDX-License-Identifier: MIT
+//
+// What NSFileManager does to the disk.
+#include <unistd.h>
+#include <cerrno>
+
+#include "macos/foundation/FileManager.h"
+#include "macos/foundation/FileMetadata.h"
+#include "macos/foundation/Path.h"
+#include "macos/foundation/Text.h"
+#include "macos/host/Host.h"
+
+namespace macos {
+
+namespace {
+
+constexpr std::uint32_t kFolderMode = 0777;
+constexpr std::uint32_t kFolderModeWhileFilling = 0700;
+
+std::string quoted(std::string_view name) { return "“" + validUTF8(name) + "”"; }
+
+// The error of an operation that has a source and a destination; verb is "moved" or "copied".
+NSError errorOf(std::string_view verb, const Status& status, const std::string& from, const std::string& to) {
+  NSError error = cocoaErrorForWriting(status, from);
+  const std::string folder = lastPathComponent(pathByDeletingLastPathComponent(to));
+  const std::string couldNot = quoted(lastPathComponent(from)) + " couldn’t be " + std::string(verb);
+  switch (error.code) {
+    case NSFileWriteFileExistsError:
+      error.localizedDescription =
+          couldNot + " to " + quoted(folder) + " because an item with the same name already exists.";
+      break;
+    case NSFileNoSuchFileError:
+      error.localizedDescription =
+          couldNot + " to " + quoted(folder) +
+          " because either the former doesn’t exist, or the folder containing the latter doesn’t exist.";
+      break;
+    case NSFileWriteNoPermissionError:
+      error.localizedDescription =
+          couldNot + " because you don’t have permission to access " + quoted(folder) + ".";
+      break;
+    default:
+      error.localizedDescription = couldNot + " to " + quoted(folder) + ".";
+  }
+  return error;
+}
+
+NSError removalError(const Status& status, const std::string& path) {
+  NSError error = cocoaErrorForWriting(status, path);
+  error.localizedDescription = quoted(lastPathComponent(path)) + " couldn’t be removed";
+  if (error.code == NSFileWriteNoPermissionError) {
+    error.localizedDescription += " because you don’t have permission to access it";
+  }
+  error.localizedDescription += ".";
+  return error;
+}
+
+NSError unsupportedScheme(const NSURL& url) {
+  NSError error;
+  error.code = NSFileWriteUnsupportedSchemeError;
+  error.localizedDescription = "The file " + quoted(url.lastPathComponent()) +
+                               " couldn’t be saved because the specified URL type isn’t supported.";
+  return error;
+}
+
+// A file URL's path, spelled as the disk has it and without a slash at its end; "" for any other URL.
+std::string diskPath(const NSURL& url) {
+  const std::string path = url.isFileURL() ? url.fileSystemRepresentation() : "";
+  return path.empty() ? path : std::string(withoutTrailingSlashes(pathAsOnDisk(path)));
+}
+
+bool isFolder(FileSystem& files, const std::string& path) {
+  const auto info = files.info(path, FollowLinks::Yes);
+  return info.ok() && info->isFolder();
+}
+
+Status makeFolders(FileSystem& files, const std::string& path) {
+  Status status = files.makeFolder(path, kFolderMode);
+  if (status.isNotFound()) {
+    const std::string parent = pathByDeletingLastPathComponent(path);
+    if (parent == path) return status;
+    if (Status made = makeFolders(files, parent); !made.ok()) return made;
+    status = files.makeFolder(path, kFolderMode);
+  }
+  // Somebody may have made it in between.
+  if (status.code() == ErrorCode::AlreadyExists && isFolder(files, path)) return {};
+  return status;
+}
+
+void copyAttributes(FileSystem& files, const std::string& from, const std::string& to) {
+  for (const std::string& name : files.attributeNames(from)) {
+    if (!name.starts_with("user.")) continue;
+    // A volume without attributes is no reason to lose the rest.
+    if (const auto value = files.attribute(from, name)) (void)files.setAttribute(to, name, *value);
+  }
+}
+
+Status copyTree(FileSystem& files, const std::string& from, const std::string& to);
+
+Status copyFolder(FileSystem& files, const std::string& from, const std::string& to, const FileInfo& info) {
+  const auto entries = files.list(from);
+  if (!entries.ok()) return entries.status();
+  if (Status made = files.makeFolder(to, kFolderModeWhileFilling); !made.ok()) return made;
+  for (const FolderEntry& entry : *entries) {
+    Status copied =
+        copyTree(files, pathByAppendingComponent(from, entry.name), pathByAppendingComponent(to, entry.name));
+    if (!copied.ok()) return copied;
+  }
+  copyAttributes(files, from, to);
+  if (Status status = files.setMode(to, info.mode & 07777U); !status.ok()) return status;
+  return files.setModified(to, info.modified);
+}
+
+Status copyTree(FileSystem& files, const std::string& from, const std::string& to) {
+  const auto info = files.info(from, FollowLinks::No);
+  if (!info.ok()) return info.status();
+  switch (info->kind) {
+    case FileKind::File:
+      return files.copyFile(from, to);
+    case FileKind::Folder:
+      return copyFolder(files, from, to, *info);
+    case FileKind::Link: {
+      const auto target = files.readLink(from);
+      return target.ok() ? files.makeLink(to, *target) : target.status();
+    }
+    case FileKind::Other:
+      break;
+  }
+  return {ErrorCode::Unsupported, from, "neither a file, a folder nor a link"};
+}
+
+bool liesInside(FileSystem& files, const std::string& path, const std::string& folder) {
+  const auto parent = files.realPath(pathByDeletingLastPathComponent(path));
+  const auto real = files.realPath(folder);
+  if (!parent.ok() || !real.ok()) return false;
+  return *parent == *real || parent->starts_with(*real == "/" ? *real : *real + "/");
+}
+
+// The item's partner when there is one; "" otherwise.
+std::string existingPartner(FileSystem& files, const std::string& path) {
+  std::string partner = partnerPath(path);
+  if (partner.empty()) return partner;
+  const auto info = files.info(partner, FollowLinks::No);
+  return info.ok() && info->kind == FileKind::File ? partner : "";
+}
+
+Status copyWithPartner(FileSystem& files, const std::string& from, const std::string& to) {
+  const auto info = files.info(from, FollowLinks::No);
+  if (info.ok() && info->isFolder() && liesInside(files, to, from)) {
+    return {ErrorCode::InvalidArgument, from, "a folder cannot be copied into itself"};
+  }
+  if (Status copied = copyTree(files, from, to); !copied.ok()) return copied;
+  const std::string partner = existingPartner(files, from);
+  return partner.empty() ? Status() : files.copyFile(partner, partnerPath(to));
+}
+
+Status removeTree(FileSystem& files, const std::string& path) {
+  const auto info = files.info(path, FollowLinks::No);
+  if (!info.ok()) return info.status();
+  if (!info->isFolder()) return files.removeFile(path);
+  const auto entries = files.list(path);
+  if (!entries.ok()) return entries.status();
+  for (const FolderEntry& entry : *entries) {
+    Status removed = removeTree(files, pathByAppendingComponent(path, entry.name));
+    if (!removed.ok()) return removed;
+  }
+  return files.removeFolder(path);
+}
+
+Status removeWithPartner(FileSystem& files, const std::string& path) {
+  if (Status removed = removeTree(files, path); !removed.ok()) return removed;
+  const std::string partner = existingPartner(files, path);
+  return partner.empty() ? Status() : files.removeFile(partner);
+}
+
+Status moveWithPartner(FileSystem& files, const std::string& from, const std::string& to) {
+  Status moved = files.rename(from, to, FileSystem::Replace::No);
+  if (moved.errnoValue() == EXDEV) {
+    if (Status copied = copyWithPartner(files, from, to); !copied.ok()) {
+      if (copied.code() != ErrorCode::AlreadyExists) (void)removeWithPartner(files, to);
+      return copied;
+    }
+    return removeWithPartner(files, from);
+  }
+  if (!moved.ok()) return moved;
+  const std::string partner = existingPartner(files, from);
+  return partner.empty() ? Status() : files.rename(partner, partnerPath(to), FileSystem::Replace::Yes);
+}
+
+// What copying and moving ask alike before they touch anything.
+std::optional<NSError> refusal(FileSystem& files, std::string_view verb, const std::string& from,
+                               const std::string& to) {
+  if (files.info(to, FollowLinks::No).ok()) return errorOf(verb, Status::fromErrno(to, EEXIST), from, to);
+  return std::nullopt;
+}
+
+}  // namespace
+
+std::optional<NSError> NSFileManager::createDirectoryAtURL(const NSURL& url,
+                                                           bool withIntermediateDirectories) {
+  const std::string path = diskPath(url);
+  if (path.empty()) return unsupportedScheme(url);
+  FileSystem& files = Host::current().files();
+  const Status status =
+      withIntermediateDirectories ? makeFolders(files, path) : files.makeFolder(path, kFolderMode);
+  if (status.ok()) return std::nullopt;
+  return cocoaErrorForWriting(status, path);
+}
+
+std::optional<NSError> NSFileManager::copyItemAtURL(const NSURL& from, const NSURL& to) {
+  const std::string source = diskPath(from);
+  const std::string destination = diskPath(to);
+  if (source.empty() || destination.empty()) return unsupportedScheme(source.empty() ? from : to);
+  FileSystem& files = Host::current().files();
+  if (const auto info = files.info(source, FollowLinks::No); !info.ok()) {
+    return cocoaErrorForReading(info.status(), source);
+  }
+  if (auto refused = refusal(files, "copied", source, destination)) return refused;
+  const Status status = copyWithPartner(files, source, destination);
+  if (status.ok()) return std::nullopt;
+  return errorOf("copied", status, source, destination);
+}
+
+std::optional<NSError> NSFileManager::copyItemIntoPlace(const NSURL& from, const NSURL& to) {
+  const std::string destination = diskPath(to);
+  if (destination.empty()) return unsupportedScheme(to);
+  FileSystem& files = Host::current().files();
+  if (auto refused = refusal(files, "copied", diskPath(from), destination)) return refused;
+  // The name is nobody else's: the process and the time are in it.
+  const std::string name =
+      ".copy-" + std::to_string(getpid()) + "-" + std::to_string(Host::current().clock().monotonic());
+  const std::string parent = pathByDeletingLastPathComponent(destination);
+  const NSURL neighbour =
+      NSURL::fileURLWithPathIsDirectory(pathByAppendingComponent(parent, name), to.hasDirectoryPath());
+  auto error = copyItemAtURL(from, neighbour);
+  if (!error) error = moveItemAtURL(neighbour, to);
+  if (error) (void)removeItemAtURL(neighbour);
+  return error;
+}
+
+std::optional<NSError> NSFileManager::moveItemAtURL(const NSURL& from, const NSURL& to) {
+  const std::string source = diskPath(from);
+  std::string destination = diskPath(to);
+  if (source.empty() || destination.empty()) return unsupportedScheme(source.empty() ? from : to);
+  FileSystem& files = Host::current().files();
+  // A new spelling of the item's own name is no other item.
+  const std::string exact(withoutTrailingSlashes(to.fileSystemRepresentation()));
+  if (source == destination && exact != destination) destination = exact;
+  if (auto refused = refusal(files, "moved", source, destination)) return refused;
+  const Status status = moveWithPartner(files, source, destination);
+  if (status.ok()) return std::nullopt;
+  return errorOf("moved", status, source, destination);
+}
+
+std::optional<NSError> NSFileManager::removeItemAtURL(const NSURL& url) {
+  const std::string path = diskPath(url);
+  if (path.empty()) return unsupportedScheme(url);
+  const Status status = removeWithPartner(Host::current().files(), path);
+  if (status.ok()) return std::nullopt;
+  return removalError(status, path);
+}
+
+}  // namespace macos
