@@ -9,6 +9,7 @@
 
 #include "macos/carbon/BundleVersion.h"
 #include "macos/foundation/Bundle.h"
+#include "macos/foundation/InstalledApplications.h"
 #include "macos/foundation/Path.h"
 #include "macos/foundation/Text.h"
 #include "macos/host/Host.h"
@@ -18,7 +19,6 @@ namespace macos {
 namespace {
 
 constexpr OSType kNoSignature = fourCharCode("????");
-constexpr std::string_view kApplicationExtension = "app";
 
 // What Info.plist and PkgInfo say about an application.
 struct Facts {
@@ -67,10 +67,9 @@ Facts readFacts(const std::string& path) {
 class ApplicationIndex {
  public:
   ApplicationIndex() {
-    scanWithSubfolders("/Applications", {"/Applications/Utilities"});
-    scan(Host::current().home() + "/Applications", nullptr);
-    scan("/System/Applications", nullptr);
-    scan("/System/Library/CoreServices", nullptr);
+    for (const std::string& path : installedApplications()) {
+      applications_.push_back({path, validUTF8(lastPathComponent(path)), std::nullopt});
+    }
     for (std::size_t i = 0; i < applications_.size(); ++i) byName_.push_back(i);
     std::stable_sort(byName_.begin(), byName_.end(), [this](std::size_t a, std::size_t b) {
       return compareCaseInsensitive(applications_[a].fileName, applications_[b].fileName) < 0;
@@ -102,34 +101,6 @@ class ApplicationIndex {
   }
 
  private:
-  // Adds the applications in a folder, and gives its other folders when asked for them.
-  void scan(const std::string& folder, std::vector<std::string>* subfolders) {
-    auto& files = Host::current().files();
-    const auto entries = files.list(pathAsOnDisk(folder));
-    if (!entries.ok()) return;
-    for (const FolderEntry& entry : *entries) {
-      if (entry.kind == FileKind::File) continue;
-      std::string path = pathByAppendingComponent(folder, entry.name);
-      const auto info = files.info(path, FollowLinks::Yes);
-      if (!info.ok() || !info->isFolder()) continue;
-      std::string name = validUTF8(entry.name);
-      if (isSameFileName(pathExtension(name), kApplicationExtension, false)) {
-        applications_.push_back({std::move(path), std::move(name), std::nullopt});
-      } else if (subfolders != nullptr) {
-        subfolders->push_back(std::move(path));
-      }
-    }
-  }
-
-  void scanWithSubfolders(const std::string& folder, const std::vector<std::string>& more) {
-    std::vector<std::string> subfolders;
-    scan(folder, &subfolders);
-    for (const std::string& other : more) scan(other, &subfolders);
-    for (const std::string& subfolder : subfolders) {
-      if (std::find(more.begin(), more.end(), subfolder) == more.end()) scan(subfolder, nullptr);
-    }
-  }
-
   const Facts& factsOf(Application& application) {
     if (!application.facts) application.facts = readFacts(application.path);
     return *application.facts;
