@@ -8,10 +8,8 @@
 
 #include <cstdint>
 #include <string>
-#include <string_view>
 
 #include "macos/carbon/Files.h"
-#include "macos/host/FileSystem.h"
 
 namespace macos {
 
@@ -44,10 +42,6 @@ OSStatus LSCopyItemInfoForRef(const FSRef& ref, LSRequestedInfo which, LSItemInf
 OSStatus LSCopyItemInfoForURL(const NSURL& url, LSRequestedInfo which, LSItemInfoRecord* info);
 // The name that the Finder shows for the item.
 OSStatus LSCopyDisplayNameForRef(const FSRef& ref, std::string* name);
-
-// Whether a folder is shown as one file: by the Finder's bundle bit, by its extension, in any letter
-// case, or because an installed application says so of that extension.
-bool isPackage(std::string_view path, const FileInfo& item);
 
 }  // namespace macos
 
