@@ -22,6 +22,7 @@ namespace macos {
 struct PosixFileSystem::Place {
   Descriptor folder;
   std::string name;
+  bool isTop = false;  // of everything: in no folder, and with no name
   int error = 0;
 };
 
@@ -213,6 +214,7 @@ PosixFileSystem::Place PosixFileSystem::place(std::string_view path) const {
   const std::size_t nameEnd = path.find_last_not_of('/');
   if (nameEnd == std::string_view::npos) {
     result.name = ".";
+    result.isTop = true;
   } else {
     const std::size_t slash = path.rfind('/', nameEnd);
     const std::size_t start = slash == std::string_view::npos ? 0 : slash + 1;
@@ -370,6 +372,7 @@ Status PosixFileSystem::removeFile(std::string_view path) {
 Status PosixFileSystem::removeFolder(std::string_view path) {
   const Place there = place(path);
   if (there.error != 0) return Status::fromErrno(path, there.error);
+  if (there.isTop) return Status::fromErrno(path, EBUSY);
   if (::unlinkat(there.folder.get(), there.name.c_str(), AT_REMOVEDIR) != 0) {
     return Status::fromErrno(path, errno);
   }

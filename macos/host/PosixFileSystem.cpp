@@ -89,6 +89,20 @@ int readUpTo(int descriptor, std::uint64_t expected, std::uint64_t count, std::s
   }
 }
 
+// Most attributes are short.
+template <typename Get>
+std::optional<std::string> valueOfAttribute(Get get) {
+  char some[256];
+  ssize_t length = get(some, sizeof some);
+  if (length >= 0) return std::string(some, static_cast<std::size_t>(length));
+  if (errno != ERANGE) return std::nullopt;
+  std::string value(XATTR_SIZE_MAX, '\0');
+  length = get(value.data(), value.size());
+  if (length < 0) return std::nullopt;
+  value.resize(static_cast<std::size_t>(length));
+  return value;
+}
+
 constexpr unsigned kStatxMask = STATX_BASIC_STATS | STATX_BTIME;
 
 }  // namespace
@@ -240,19 +254,20 @@ bool PosixFileSystem::isAccessible(std::string_view path, int mode) {
 
 std::optional<std::string> PosixFileSystem::attribute(std::string_view path, std::string_view name) {
   if (name.find('\0') != std::string_view::npos) return std::nullopt;
+  const std::string nameText(name);
+  if (way() == PathResolver::Way::Plain) {
+    const PathBuffer buffer(path);
+    if (buffer.error() != 0) return std::nullopt;
+    return valueOfAttribute([&](char* value, std::size_t size) {
+      return ::lgetxattr(buffer.text(), nameText.c_str(), value, size);
+    });
+  }
   const OpenResult item = resolver_->open(path, O_PATH | O_NOFOLLOW);
   if (!item.ok()) return std::nullopt;
   const ItemPath itemPath(item.descriptor.get());
-  const std::string nameText(name);
-  char some[256];
-  ssize_t length = ::getxattr(itemPath.text(), nameText.c_str(), some, sizeof some);
-  if (length >= 0) return std::string(some, static_cast<std::size_t>(length));
-  if (errno != ERANGE) return std::nullopt;
-  std::string value(XATTR_SIZE_MAX, '\0');
-  length = ::getxattr(itemPath.text(), nameText.c_str(), value.data(), value.size());
-  if (length < 0) return std::nullopt;
-  value.resize(static_cast<std::size_t>(length));
-  return value;
+  return valueOfAttribute([&](char* value, std::size_t size) {
+    return ::getxattr(itemPath.text(), nameText.c_str(), value, size);
+  });
 }
 
 std::vector<std::string> PosixFileSystem::attributeNames(std::string_view path) {

@@ -104,8 +104,15 @@ ChildResult runInChild(const std::function<void()>& function, std::chrono::milli
   return result;
 }
 
-ChildResult runAsOrdinaryUser(const std::function<void()>& function) {
-  return runInChild([&] {
+void expectInChild(const std::function<void()>& function) {
+  const ChildResult result = runInChild(function);
+  EXPECT_FALSE(result.timedOut) << "the child process hung";
+  EXPECT_EQ(result.signal, 0) << "the child process was ended by a signal";
+  EXPECT_TRUE(result.succeeded()) << "an expectation failed in the child process";
+}
+
+void expectAsOrdinaryUser(const std::function<void()>& function) {
+  expectInChild([&] {
     if (::geteuid() == 0) {
       ASSERT_EQ(::setgroups(0, nullptr), 0);
       ASSERT_EQ(::setegid(kOrdinaryUser), 0);

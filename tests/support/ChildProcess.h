@@ -26,10 +26,13 @@ struct ChildResult {
 ChildResult runInChild(const std::function<void()>& function,
                        std::chrono::milliseconds limit = std::chrono::seconds(60));
 
-// The user that runAsOrdinaryUser becomes when the test is run by the superuser.
+// The same, as a part of the test: anything but success fails it.
+void expectInChild(const std::function<void()>& function);
+
+// The user that expectAsOrdinaryUser becomes when the test is run by the superuser.
 inline constexpr uid_t kOrdinaryUser = 65534;
 // The same without the superuser's rights: permissions count.
-ChildResult runAsOrdinaryUser(const std::function<void()>& function);
+void expectAsOrdinaryUser(const std::function<void()>& function);
 
 struct SystemCalls {
   long total = 0;  // without those that only manage memory or time

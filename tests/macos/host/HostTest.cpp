@@ -17,7 +17,7 @@
 namespace macos {
 namespace {
 
-using vennick::tests::runInChild;
+using vennick::tests::expectInChild;
 using vennick::tests::TestHost;
 using vennick::tests::TestHostOptions;
 
@@ -123,14 +123,14 @@ TEST(Host, LetsManyThreadsAskForOneLocal) {
 
 // The environment of the process is read in a child, so that the test's own stays as it is.
 void expectHome(const char* home, const std::string& expected) {
-  EXPECT_TRUE(runInChild([&] {
-                if (home == nullptr) {
-                  ::unsetenv("HOME");
-                } else {
-                  ::setenv("HOME", home, 1);
-                }
-                EXPECT_EQ(posixHostParts().home, expected) << (home == nullptr ? "unset" : home);
-              }).succeeded());
+  expectInChild([&] {
+    if (home == nullptr) {
+      ::unsetenv("HOME");
+    } else {
+      ::setenv("HOME", home, 1);
+    }
+    EXPECT_EQ(posixHostParts().home, expected) << (home == nullptr ? "unset" : home);
+  });
 }
 
 std::string homeOfThisUser() {
@@ -154,64 +154,64 @@ TEST(PosixHost, TakesTheHomeFromThePasswordDatabaseWhenItIsUnsetOrRelative) {
 
 TEST(PosixHost, UsesTheTopWhenThePasswordDatabaseHasNoHome) {
   if (::geteuid() != 0) GTEST_SKIP() << "only the superuser can be a user without an entry";
-  EXPECT_TRUE(runInChild([] {
-                ::unsetenv("HOME");
-                ASSERT_EQ(::setuid(54321), 0);
-                ASSERT_EQ(::getpwuid(54321), nullptr);
-                EXPECT_EQ(posixHostParts().home, "/");
-              }).succeeded());
+  expectInChild([] {
+    ::unsetenv("HOME");
+    ASSERT_EQ(::setuid(54321), 0);
+    ASSERT_EQ(::getpwuid(54321), nullptr);
+    EXPECT_EQ(posixHostParts().home, "/");
+  });
 }
 
 TEST(PosixHost, LooksFilesUpInTheRootOfTheEnvironment) {
   vennick::tests::TemporaryRoot root;
   root.writeFile("/Users/anna/note", "inside");
-  EXPECT_TRUE(runInChild([&] {
-                ::setenv("MACOS_ROOT", root.path().c_str(), 1);
-                ::setenv("HOME", "/Users/anna", 1);
-                Host& host = Host::current();
-                EXPECT_EQ(host.files().read(host.home() + "/note").valueOr(""), "inside");
-                EXPECT_EQ(host.environment().at("MACOS_ROOT"), root.path());
-                EXPECT_EQ(host.volumes().volumes().front().name, "Macintosh HD");
-                EXPECT_EQ(host.executable(), std::filesystem::read_symlink("/proc/self/exe").string());
-              }).succeeded());
+  expectInChild([&] {
+    ::setenv("MACOS_ROOT", root.path().c_str(), 1);
+    ::setenv("HOME", "/Users/anna", 1);
+    Host& host = Host::current();
+    EXPECT_EQ(host.files().read(host.home() + "/note").valueOr(""), "inside");
+    EXPECT_EQ(host.environment().at("MACOS_ROOT"), root.path());
+    EXPECT_EQ(host.volumes().volumes().front().name, "Macintosh HD");
+    EXPECT_EQ(host.executable(), std::filesystem::read_symlink("/proc/self/exe").string());
+  });
 }
 
 TEST(PosixHost, FindsNothingInARootThatIsNotThere) {
-  EXPECT_TRUE(runInChild([] {
-                ::setenv("MACOS_ROOT", "/there/is/no/such/root", 1);
-                Host& host = Host::current();
-                EXPECT_TRUE(host.files().info("/", FollowLinks::Yes).status().isNotFound());
-                EXPECT_TRUE(host.files().list("/").status().isNotFound());
-                EXPECT_TRUE(host.files().read("/etc/passwd").status().isNotFound());
-                EXPECT_TRUE(host.files().realPath("/etc").status().isNotFound());
-                EXPECT_TRUE(host.files().makeFolder("/x", 0755).isNotFound());
-                EXPECT_TRUE(host.files().replace("/x", "y", 0644).isNotFound());
-                EXPECT_FALSE(host.files().hostPath("/"));
-                EXPECT_FALSE(host.files().pathInRoot("/etc"));
-                EXPECT_EQ(host.volumes().volumeForPath("/x").mountPoint, "/");
-              }).succeeded());
+  expectInChild([] {
+    ::setenv("MACOS_ROOT", "/there/is/no/such/root", 1);
+    Host& host = Host::current();
+    EXPECT_TRUE(host.files().info("/", FollowLinks::Yes).status().isNotFound());
+    EXPECT_TRUE(host.files().list("/").status().isNotFound());
+    EXPECT_TRUE(host.files().read("/etc/passwd").status().isNotFound());
+    EXPECT_TRUE(host.files().realPath("/etc").status().isNotFound());
+    EXPECT_TRUE(host.files().makeFolder("/x", 0755).isNotFound());
+    EXPECT_TRUE(host.files().replace("/x", "y", 0644).isNotFound());
+    EXPECT_FALSE(host.files().hostPath("/"));
+    EXPECT_FALSE(host.files().pathInRoot("/etc"));
+    EXPECT_EQ(host.volumes().volumeForPath("/x").mountPoint, "/");
+  });
 }
 
 TEST(PosixHost, UsesTheMachinesOwnRootByDefault) {
-  EXPECT_TRUE(runInChild([] {
-                ::unsetenv("MACOS_ROOT");
-                Host& host = Host::current();
-                EXPECT_TRUE(host.files().info("/proc/self", FollowLinks::Yes).ok());
-                EXPECT_EQ(host.files().hostPath("/proc"), "/proc");
-              }).succeeded());
+  expectInChild([] {
+    ::unsetenv("MACOS_ROOT");
+    Host& host = Host::current();
+    EXPECT_TRUE(host.files().info("/proc/self", FollowLinks::Yes).ok());
+    EXPECT_EQ(host.files().hostPath("/proc"), "/proc");
+  });
 }
 
 TEST(PosixHost, OutlivesABrokenPipe) {
-  EXPECT_TRUE(runInChild([] {
-                Host& host = Host::current();
-                int ends[2];
-                ASSERT_EQ(::pipe(ends), 0);
-                ::close(ends[0]);
-                const int saved = ::dup(STDERR_FILENO);
-                ::dup2(ends[1], STDERR_FILENO);
-                host.log().writeLine("nobody reads this");
-                ::dup2(saved, STDERR_FILENO);
-              }).succeeded());
+  expectInChild([] {
+    Host& host = Host::current();
+    int ends[2];
+    ASSERT_EQ(::pipe(ends), 0);
+    ::close(ends[0]);
+    const int saved = ::dup(STDERR_FILENO);
+    ::dup2(ends[1], STDERR_FILENO);
+    host.log().writeLine("nobody reads this");
+    ::dup2(saved, STDERR_FILENO);
+  });
 }
 
 }  // namespace

@@ -1,0 +1,478 @@
+// SPDX-License-Identifier: MIT
+//
+// What the real file system changes, and what it leaves when it cannot.
+#include <fcntl.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cerrno>
+#include <chrono>
+#include <csignal>
+#include <thread>
+#include <vector>
+
+#include "gtest/gtest.h"
+#include "macos/host/PosixFileSystem.h"
+#include "macos/host/RenameWithoutReplacing.h"
+#include "tests/macos/host/FileSystemFixture.h"
+#include "tests/support/ChildProcess.h"
+#include "tests/support/TemporaryMount.h"
+
+namespace macos {
+namespace {
+
+using vennick::tests::expectAsOrdinaryUser;
+using vennick::tests::expectInChild;
+using vennick::tests::kOrdinaryUser;
+using vennick::tests::TemporaryMount;
+using vennick::tests::TemporaryRoot;
+using Names = std::vector<std::string>;
+
+class PosixFileSystemChanges : public FileSystemTest {
+ protected:
+  void SetUp() override {
+    FileSystemTest::SetUp();
+    root.makeFolder("/Users/anna/d");
+  }
+  // In a folder of its own, so that everything that is left can be seen.
+  std::string d(const std::string& name) const { return anna("d/" + name); }
+  std::string hostPath(const std::string& name) const { return root.hostPath("/Users/anna/d/" + name); }
+  Names names() const { return root.names("/Users/anna/d"); }
+  std::string content(const std::string& name) const { return root.readFile("/Users/anna/d/" + name); }
+  mode_t modeOf(const std::string& name) const {
+    struct stat found {};
+    EXPECT_EQ(::lstat(hostPath(name).c_str(), &found), 0) << name;
+    return found.st_mode & 07777;
+  }
+  void write(const std::string& name, const std::string& text, mode_t mode = 0644) const {
+    root.writeFile("/Users/anna/d/" + name, text);
+    ASSERT_EQ(::chmod(hostPath(name).c_str(), mode), 0);
+  }
+};
+INSTANTIATE_TEST_SUITE_P(Ways, PosixFileSystemChanges, everyWay(), nameOfWay);
+
+class Umask {
+ public:
+  explicit Umask(mode_t mask) : before_(::umask(mask)) {}
+  ~Umask() { ::umask(before_); }
+
+ private:
+  mode_t before_;
+};
+
+TEST_P(PosixFileSystemChanges, ReplaceMakesANewFileWithItsModeLessTheUmask) {
+  const Umask mask(0027);
+  ASSERT_TRUE(files.replace(d("new"), "content", 0666).ok());
+  EXPECT_EQ(content("new"), "content");
+  EXPECT_EQ(modeOf("new"), 0640U);
+  EXPECT_EQ(names(), Names{"new"});
+}
+
+TEST_P(PosixFileSystemChanges, ReplaceKeepsTheModeOfTheOldFileWhateverTheUmask) {
+  const Umask mask(0077);
+  write("old", "before", 0664);
+  ASSERT_TRUE(files.replace(d("old"), "after", 0600).ok());
+  EXPECT_EQ(content("old"), "after");
+  EXPECT_EQ(modeOf("old"), 0664U);
+  write("tool", "before", 0751);
+  ASSERT_TRUE(files.replace(d("tool"), "", 0600).ok());
+  EXPECT_EQ(content("tool"), "");
+  EXPECT_EQ(modeOf("tool"), 0751U);
+  EXPECT_EQ(names(), (Names{"old", "tool"}));
+}
+
+TEST_P(PosixFileSystemChanges, ReplaceReplacesALinkAndLeavesItsTarget) {
+  write("target", "target");
+  root.makeLink("/Users/anna/d/link", "target");
+  ASSERT_TRUE(files.replace(d("link"), "new", 0600).ok());
+  EXPECT_EQ(content("target"), "target");
+  EXPECT_EQ(files.info(d("link"), FollowLinks::No)->kind, FileKind::File);
+  EXPECT_EQ(content("link"), "new");
+}
+
+TEST_P(PosixFileSystemChanges, ReplaceLeavesAnotherNameOfTheOldFileAlone) {
+  write("one", "before");
+  ASSERT_EQ(::link(hostPath("one").c_str(), hostPath("two").c_str()), 0);
+  ASSERT_TRUE(files.replace(d("one"), "after", 0644).ok());
+  EXPECT_EQ(content("one"), "after");
+  EXPECT_EQ(content("two"), "before");
+}
+
+TEST_P(PosixFileSystemChanges, ReplaceTakesNamesAsLongAsTheHostAllows) {
+  const std::string plain(255, 'n');
+  std::string accented;
+  for (int i = 0; i < 127; ++i) accented += "\xC3\xA9";
+  for (const std::string& name : {plain, accented, std::string("x") + accented}) {
+    ASSERT_TRUE(files.replace(d(name), "one", 0644).ok()) << name.size();
+    ASSERT_TRUE(files.replace(d(name), "two", 0644).ok()) << name.size();
+    EXPECT_EQ(content(name), "two");
+    ASSERT_TRUE(files.removeFile(d(name)).ok());
+  }
+  EXPECT_EQ(files.replace(d(plain + "n"), "x", 0644).errnoValue(), ENAMETOOLONG);
+  EXPECT_EQ(names(), Names{});
+}
+
+TEST_P(PosixFileSystemChanges, ReplaceRefusesAFolderAndLeavesNothing) {
+  root.makeFolder("/Users/anna/d/folder");
+  EXPECT_EQ(files.replace(d("folder"), "x", 0644).errnoValue(), EISDIR);
+  EXPECT_EQ(files.replace(d("folder/"), "x", 0644).errnoValue(), EISDIR);
+  EXPECT_EQ(files.replace(d("."), "x", 0644).errnoValue(), EISDIR);
+  EXPECT_EQ(files.replace(d("folder/.."), "x", 0644).errnoValue(), EISDIR);
+  EXPECT_TRUE(files.replace(d("none/x"), "x", 0644).isNotFound());
+  write("file", "");
+  EXPECT_TRUE(files.replace(d("file/x"), "x", 0644).isNotFound());
+  EXPECT_EQ(names(), (Names{"file", "folder"}));
+}
+
+TEST_P(PosixFileSystemChanges, ReplaceWorksWhereTheOldFileMayNotBeWritten) {
+  write("readonly", "before", 0400);
+  root.giveTo(kOrdinaryUser);
+  expectAsOrdinaryUser([&] {
+    EXPECT_TRUE(files.replace(d("readonly"), "after", 0600).ok());
+    EXPECT_EQ(modeOf("readonly"), 0400U);
+  });
+  EXPECT_EQ(content("readonly"), "after");
+}
+
+TEST_P(PosixFileSystemChanges, ReplaceLeavesEverythingWhereItIsNotAllowed) {
+  write("old", "before");
+  root.giveTo(kOrdinaryUser);
+  ASSERT_EQ(::chmod(hostPath("").c_str(), 0500), 0);
+  expectAsOrdinaryUser([&] {
+    EXPECT_EQ(files.replace(d("old"), "after", 0600).code(), ErrorCode::PermissionDenied);
+    EXPECT_EQ(files.replace(d("new"), "after", 0600).code(), ErrorCode::PermissionDenied);
+  });
+  EXPECT_EQ(content("old"), "before");
+  EXPECT_EQ(names(), Names{"old"});
+}
+
+TEST_P(PosixFileSystemChanges, ALockedFileCannotBeReplacedAndNothingIsLeft) {
+  write("locked", "before");
+  if (!files.setImmutable(d("locked"), true).ok()) GTEST_SKIP() << "nothing can be locked here";
+  EXPECT_TRUE(files.info(d("locked"), FollowLinks::No)->immutable);
+  EXPECT_EQ(files.replace(d("locked"), "after", 0644).code(), ErrorCode::PermissionDenied);
+  EXPECT_EQ(files.removeFile(d("locked")).code(), ErrorCode::PermissionDenied);
+  EXPECT_EQ(names(), Names{"locked"});
+  ASSERT_TRUE(files.setImmutable(d("locked"), false).ok());
+  EXPECT_FALSE(files.info(d("locked"), FollowLinks::No)->immutable);
+  EXPECT_TRUE(files.replace(d("locked"), "after", 0644).ok());
+  EXPECT_EQ(content("locked"), "after");
+}
+
+TEST_P(PosixFileSystemChanges, OnlyFilesAndFoldersCanBeLocked) {
+  root.makeLink("/Users/anna/d/link", "nowhere");
+  ASSERT_EQ(::mkfifo(hostPath("pipe").c_str(), 0644), 0);
+  EXPECT_EQ(files.setImmutable(d("link"), true).code(), ErrorCode::Unsupported);
+  EXPECT_EQ(files.setImmutable(d("pipe"), true).code(), ErrorCode::Unsupported);
+  EXPECT_TRUE(files.setImmutable(d("none"), true).isNotFound());
+}
+
+TEST_P(PosixFileSystemChanges, OnAFullDiskEveryFileIsTheOldOneAndNothingIsLeft) {
+  const auto tiny = TemporaryMount::volume(root, "/Users/anna/d/tiny", 64 * 1024);
+  if (!tiny) GTEST_SKIP() << "nothing may be mounted here";
+  root.writeFile("/Users/anna/d/tiny/old", "before");
+  const std::string large(200 * 1024, 'x');
+  const Status status = files.replace(d("tiny/old"), large, 0644);
+  EXPECT_EQ(status.errnoValue(), ENOSPC);
+  EXPECT_EQ(status.code(), ErrorCode::Io);
+  EXPECT_EQ(files.create(d("tiny/new"), large, 0644).errnoValue(), ENOSPC);
+  write("large", large);
+  EXPECT_EQ(files.copyFile(d("large"), d("tiny/copy")).errnoValue(), ENOSPC);
+  EXPECT_EQ(root.names("/Users/anna/d/tiny"), Names{"old"});
+  EXPECT_EQ(root.readFile("/Users/anna/d/tiny/old"), "before");
+}
+
+TEST_P(PosixFileSystemChanges, AtALimitOfTheFileSizeEveryFileIsTheOldOneAndNothingIsLeft) {
+  write("old", "before");
+  expectInChild([&] {
+    std::signal(SIGXFSZ, SIG_IGN);
+    const rlimit limit{4096, 4096};
+    ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &limit), 0);
+    const std::string large(10'000, 'x');
+    EXPECT_EQ(files.replace(d("old"), large, 0644).errnoValue(), EFBIG);
+    EXPECT_EQ(files.create(d("new"), large, 0644).errnoValue(), EFBIG);
+  });
+  EXPECT_EQ(content("old"), "before");
+  EXPECT_EQ(names(), Names{"old"});
+}
+
+TEST_P(PosixFileSystemChanges, ReplaceIsSeenWholeByThoseWhoReadMeanwhile) {
+  const std::string one(50'000, '1');
+  const std::string two(90'000, '2');
+  ASSERT_TRUE(files.replace(d("file"), one, 0644).ok());
+  std::atomic<bool> isOver{false};
+  std::atomic<int> wrong{0};
+  std::thread reader([&] {
+    while (!isOver) {
+      const std::string seen = files.read(d("file")).valueOr("");
+      if (seen != one && seen != two) ++wrong;
+    }
+  });
+  std::vector<std::thread> writers;
+  for (int i = 0; i < 2; ++i) {
+    writers.emplace_back([&] {
+      for (int j = 0; j < 15; ++j) {
+        EXPECT_TRUE(files.replace(d("file"), two, 0644).ok());
+        EXPECT_TRUE(files.replace(d("file"), one, 0644).ok());
+      }
+    });
+  }
+  for (std::thread& writer : writers) writer.join();
+  isOver = true;
+  reader.join();
+  EXPECT_EQ(wrong, 0);
+  EXPECT_EQ(names(), Names{"file"});
+}
+
+TEST_P(PosixFileSystemChanges, AKillAtAnyMomentOfAReplaceLeavesTheOldOrTheNewFile) {
+  const std::string before(100'000, 'b');
+  const std::string after(120'000, 'a');
+  for (int delay = 0; delay < 24; ++delay) {
+    ASSERT_TRUE(files.replace(d("file"), before, 0644).ok());
+    const pid_t child = ::fork();
+    if (child == 0) {
+      for (;;) static_cast<void>(files.replace(d("file"), after, 0644));
+    }
+    std::this_thread::sleep_for(std::chrono::microseconds(delay * 300));
+    ::kill(child, SIGKILL);
+    int status = 0;
+    ASSERT_EQ(::waitpid(child, &status, 0), child);
+    EXPECT_TRUE(WIFSIGNALED(status));
+    const std::string seen = content("file");
+    EXPECT_TRUE(seen == before || seen == after);
+    for (const std::string& name : names()) {
+      // A neighbour that the kill left behind is hidden, and the next replacement does not mind it.
+      EXPECT_TRUE(name == "file" || name.rfind(".file.", 0) == 0) << name;
+    }
+  }
+}
+
+TEST_P(PosixFileSystemChanges, WhatTheSuperuserMakesInAUsersFolderIsTheUsers) {
+  if (::geteuid() != 0) GTEST_SKIP() << "only the superuser can make something for another user";
+  root.giveTo(kOrdinaryUser);
+  ASSERT_TRUE(files.replace(d("replaced"), "x", 0600).ok());
+  ASSERT_TRUE(files.create(d("created"), "x", 0600).ok());
+  ASSERT_TRUE(files.append(d("appended"), "x", 0600).ok());
+  ASSERT_TRUE(files.copyFile(d("created"), d("copied")).ok());
+  ASSERT_TRUE(files.makeFolder(d("folder"), 0700).ok());
+  ASSERT_TRUE(files.makeLink(d("link"), "x").ok());
+  for (const char* const name : {"replaced", "created", "appended", "copied", "folder", "link"}) {
+    struct stat found {};
+    ASSERT_EQ(::lstat(hostPath(name).c_str(), &found), 0);
+    EXPECT_EQ(found.st_uid, kOrdinaryUser) << name;
+    EXPECT_EQ(found.st_gid, kOrdinaryUser) << name;
+  }
+  // A file keeps its owner also in a folder of somebody else.
+  ASSERT_EQ(::chown(hostPath("").c_str(), 0, 0), 0);
+  ASSERT_TRUE(files.replace(d("replaced"), "y", 0600).ok());
+  EXPECT_EQ(files.info(d("replaced"), FollowLinks::No)->userID, kOrdinaryUser);
+  EXPECT_EQ(modeOf("replaced"), 0600U);
+}
+
+TEST_P(PosixFileSystemChanges, CreateMakesNewFilesOnly) {
+  ASSERT_TRUE(files.create(d("new"), "content", 0600).ok());
+  EXPECT_EQ(content("new"), "content");
+  EXPECT_EQ(modeOf("new"), 0600U);
+  root.makeLink("/Users/anna/d/dangling", "nowhere");
+  root.makeFolder("/Users/anna/d/folder");
+  for (const char* const name : {"new", "dangling", "folder", "folder/", ".", "folder/.."}) {
+    EXPECT_EQ(files.create(d(name), "other", 0600).code(), ErrorCode::AlreadyExists) << name;
+  }
+  EXPECT_EQ(content("new"), "content");
+  EXPECT_EQ(names(), (Names{"dangling", "folder", "new"}));
+}
+
+TEST_P(PosixFileSystemChanges, AppendAddsToTheEnd) {
+  ASSERT_TRUE(files.append(d("log"), "one\n", 0600).ok());
+  ASSERT_TRUE(files.append(d("log"), "two\n", 0644).ok());
+  root.makeLink("/Users/anna/d/link", "log");
+  ASSERT_TRUE(files.append(d("link"), "three\n", 0644).ok());
+  EXPECT_EQ(content("log"), "one\ntwo\nthree\n");
+  EXPECT_EQ(modeOf("log"), 0600U);
+  EXPECT_FALSE(files.append(anna(""), "x", 0644).ok());
+}
+
+TEST_P(PosixFileSystemChanges, CopyFileTakesContentModeTimeAndAttributesAlong) {
+  std::string large(3'000'000, '\0');
+  for (std::size_t i = 0; i < large.size(); ++i) large[i] = static_cast<char>(i * 31 / 7);
+  write("original", large, 0751);
+  const bool hasAttributes = files.setAttribute(d("original"), "user.com.apple.x", "value").ok();
+  ASSERT_TRUE(files.setModified(d("original"), 1'000'000'000'500'000'000).ok());
+  const Umask mask(0077);
+  ASSERT_TRUE(files.copyFile(d("original"), d("copy")).ok());
+  EXPECT_TRUE(content("copy") == large);
+  EXPECT_EQ(modeOf("copy"), 0751U);
+  EXPECT_EQ(files.info(d("copy"), FollowLinks::No)->modified, 1'000'000'000'500'000'000);
+  if (!hasAttributes) GTEST_SKIP() << "the temporary folder's volume has no extended attributes";
+  EXPECT_EQ(files.attribute(d("copy"), "user.com.apple.x"), "value");
+}
+
+TEST_P(PosixFileSystemChanges, CopyFileCopiesFilesOnlyAndReplacesNothing) {
+  write("original", "original");
+  write("there", "there");
+  root.makeLink("/Users/anna/d/link", "original");
+  root.makeFolder("/Users/anna/d/folder");
+  EXPECT_EQ(files.copyFile(d("original"), d("there")).code(), ErrorCode::AlreadyExists);
+  EXPECT_EQ(files.copyFile(d("link"), d("x")).code(), ErrorCode::Unsupported);
+  EXPECT_EQ(files.copyFile(d("folder"), d("x")).errnoValue(), EISDIR);
+  EXPECT_TRUE(files.copyFile(d("none"), d("x")).isNotFound());
+  EXPECT_TRUE(files.copyFile(d("original"), d("none/x")).isNotFound());
+  EXPECT_EQ(content("there"), "there");
+  EXPECT_EQ(names(), (Names{"folder", "link", "original", "there"}));
+}
+
+TEST_P(PosixFileSystemChanges, CopyFileReadsFilesWhoseSizeIsNotTold) {
+  if (!isPlain()) GTEST_SKIP() << "/proc is in the machine's own root only";
+  ASSERT_TRUE(files.copyFile("/proc/version", d("version")).ok());
+  EXPECT_EQ(content("version"), files.read("/proc/version").valueOr("?"));
+  EXPECT_EQ(content("version").substr(0, 5), "Linux");
+}
+
+TEST_P(PosixFileSystemChanges, MakesFoldersAndLinks) {
+  const Umask mask(0022);
+  ASSERT_TRUE(files.makeFolder(d("folder"), 0777).ok());
+  EXPECT_EQ(modeOf("folder"), 0755U);
+  ASSERT_TRUE(files.makeFolder(d("slash/"), 0700).ok());
+  EXPECT_EQ(modeOf("slash"), 0700U);
+  EXPECT_EQ(files.makeFolder(d("folder"), 0755).code(), ErrorCode::AlreadyExists);
+  EXPECT_TRUE(files.makeFolder(d("none/x"), 0755).isNotFound());
+  EXPECT_EQ(files.makeFolder("/", 0755).code(), ErrorCode::AlreadyExists);
+  ASSERT_TRUE(files.makeLink(d("link"), "../anything").ok());
+  EXPECT_EQ(files.readLink(d("link")).valueOr(""), "../anything");
+  EXPECT_EQ(files.makeLink(d("link"), "x").code(), ErrorCode::AlreadyExists);
+  EXPECT_FALSE(files.makeLink(d("nul"), std::string_view("a\0b", 3)).ok());
+}
+
+TEST_P(PosixFileSystemChanges, RenameWithoutReplacingLeavesWhatIsThere) {
+  write("file", "file");
+  write("there", "there");
+  root.makeFolder("/Users/anna/d/empty");
+  root.makeLink("/Users/anna/d/dangling", "nowhere");
+  for (const char* const name : {"there", "empty", "dangling"}) {
+    EXPECT_EQ(files.rename(d("file"), d(name), FileSystem::Replace::No).code(), ErrorCode::AlreadyExists)
+        << name;
+  }
+  root.makeFolder("/Users/anna/d/folder");
+  EXPECT_EQ(files.rename(d("folder"), d("empty"), FileSystem::Replace::No).code(), ErrorCode::AlreadyExists);
+  EXPECT_EQ(content("there"), "there");
+  ASSERT_TRUE(files.rename(d("file"), d("empty/moved"), FileSystem::Replace::No).ok());
+  EXPECT_EQ(root.readFile("/Users/anna/d/empty/moved"), "file");
+  EXPECT_TRUE(files.rename(d("none"), d("x"), FileSystem::Replace::No).isNotFound());
+  EXPECT_FALSE(files.rename(d("folder"), d("folder/below"), FileSystem::Replace::No).ok());
+  EXPECT_EQ(names(), (Names{"dangling", "empty", "folder", "there"}));
+}
+
+TEST_P(PosixFileSystemChanges, RenameWithReplacingTakesThePlaceOfAFile) {
+  write("file", "file");
+  write("there", "there");
+  root.makeFolder("/Users/anna/d/full/x");
+  ASSERT_TRUE(files.rename(d("file"), d("there"), FileSystem::Replace::Yes).ok());
+  EXPECT_EQ(content("there"), "file");
+  root.makeFolder("/Users/anna/d/folder");
+  EXPECT_EQ(files.rename(d("folder"), d("full"), FileSystem::Replace::Yes).errnoValue(), ENOTEMPTY);
+  EXPECT_EQ(names(), (Names{"folder", "full", "there"}));
+}
+
+TEST_P(PosixFileSystemChanges, RenameMovesALinkItself) {
+  write("target", "target");
+  root.makeLink("/Users/anna/d/link", "target");
+  ASSERT_TRUE(files.rename(d("link"), d("moved"), FileSystem::Replace::No).ok());
+  EXPECT_EQ(files.readLink(d("moved")).valueOr(""), "target");
+  EXPECT_EQ(names(), (Names{"moved", "target"}));
+}
+
+TEST_P(PosixFileSystemChanges, RenameDoesNotMoveBetweenVolumes) {
+  const auto other = TemporaryMount::volume(root, "/Users/anna/d/other", 64 * 1024);
+  if (!other) GTEST_SKIP() << "nothing may be mounted here";
+  write("file", "file");
+  for (const auto replace : {FileSystem::Replace::No, FileSystem::Replace::Yes}) {
+    const Status status = files.rename(d("file"), d("other/file"), replace);
+    EXPECT_EQ(status.errnoValue(), EXDEV);
+    EXPECT_EQ(status.code(), ErrorCode::Io);
+  }
+  EXPECT_EQ(content("file"), "file");
+}
+
+TEST_P(PosixFileSystemChanges, RemovesFilesLinksAndEmptyFolders) {
+  write("file", "");
+  write("target", "");
+  root.makeLink("/Users/anna/d/link", "target");
+  root.makeFolder("/Users/anna/d/empty");
+  root.makeFolder("/Users/anna/d/full/x");
+  EXPECT_TRUE(files.removeFile(d("file")).ok());
+  EXPECT_TRUE(files.removeFile(d("link")).ok());
+  EXPECT_TRUE(files.removeFolder(d("empty")).ok());
+  EXPECT_FALSE(files.removeFolder(d("full")).ok());
+  EXPECT_FALSE(files.removeFile(d("full")).ok());
+  EXPECT_TRUE(files.removeFolder(d("target")).isNotFound());
+  EXPECT_TRUE(files.removeFile(d("none")).isNotFound());
+  EXPECT_FALSE(files.removeFolder("/").ok());
+  EXPECT_EQ(names(), (Names{"full", "target"}));
+}
+
+TEST_P(PosixFileSystemChanges, SetsTimesBeforeAndAfterNineteenSeventy) {
+  write("file", "");
+  root.makeLink("/Users/anna/d/link", "file");
+  for (const UnixNanoseconds time : {UnixNanoseconds{1'700'000'000'123'456'789}, UnixNanoseconds{0},
+                                     UnixNanoseconds{-1}, UnixNanoseconds{-86'400'500'000'000}}) {
+    ASSERT_TRUE(files.setModified(d("file"), time).ok());
+    EXPECT_EQ(files.info(d("file"), FollowLinks::No)->modified, time);
+  }
+  const UnixNanoseconds before = files.info(d("file"), FollowLinks::No)->modified;
+  ASSERT_TRUE(files.setModified(d("link"), 42'000'000'000).ok());
+  EXPECT_EQ(files.info(d("link"), FollowLinks::No)->modified, 42'000'000'000);
+  EXPECT_EQ(files.info(d("file"), FollowLinks::No)->modified, before);
+}
+
+TEST_P(PosixFileSystemChanges, SetsModesOfAllButLinks) {
+  write("file", "", 0644);
+  root.makeLink("/Users/anna/d/link", "file");
+  ASSERT_TRUE(files.setMode(d("file"), 0600).ok());
+  EXPECT_EQ(modeOf("file"), 0600U);
+  EXPECT_EQ(files.setMode(d("link"), 0777).code(), ErrorCode::Unsupported);
+  EXPECT_EQ(modeOf("file"), 0600U);
+}
+
+// What is done where the kernel or the volume cannot do it.
+class RenameByLinking : public testing::Test {
+ protected:
+  RenameByLinking() : folder_(::open(root.hostPath("/Users/anna").c_str(), O_PATH | O_DIRECTORY)) {
+    root.remove("/Users/anna/Library");
+  }
+  int rename(const char* from, const char* to) {
+    return renameByLinking(folder_.get(), from, folder_.get(), to);
+  }
+
+  TemporaryRoot root;
+
+ private:
+  Descriptor folder_;
+};
+
+TEST_F(RenameByLinking, MovesFilesLinksAndFolders) {
+  root.writeFile("/Users/anna/file", "file");
+  root.makeLink("/Users/anna/link", "nowhere");
+  root.makeFolder("/Users/anna/folder");
+  EXPECT_EQ(rename("file", "file2"), 0);
+  EXPECT_EQ(rename("link", "link2"), 0);
+  EXPECT_EQ(rename("folder", "folder2"), 0);
+  EXPECT_EQ(root.names("/Users/anna"), (Names{"file2", "folder2", "link2"}));
+  EXPECT_EQ(root.readFile("/Users/anna/file2"), "file");
+}
+
+TEST_F(RenameByLinking, LeavesWhatIsThere) {
+  root.writeFile("/Users/anna/file", "file");
+  root.makeFolder("/Users/anna/folder");
+  root.makeLink("/Users/anna/dangling", "nowhere");
+  EXPECT_EQ(rename("file", "folder"), EEXIST);
+  EXPECT_EQ(rename("file", "dangling"), EEXIST);
+  EXPECT_EQ(rename("folder", "file"), EEXIST);
+  EXPECT_EQ(rename("none", "x"), ENOENT);
+  EXPECT_EQ(root.names("/Users/anna"), (Names{"dangling", "file", "folder"}));
+}
+
+}  // namespace
+}  // namespace macos
