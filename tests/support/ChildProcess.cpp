@@ -104,15 +104,20 @@ ChildResult runInChild(const std::function<void()>& function, std::chrono::milli
   return result;
 }
 
-void expectInChild(const std::function<void()>& function) {
-  const ChildResult result = runInChild(function);
+namespace {
+
+void expectSuccess(const ChildResult& result) {
   EXPECT_FALSE(result.timedOut) << "the child process hung";
   EXPECT_EQ(result.signal, 0) << "the child process was ended by a signal";
   EXPECT_TRUE(result.succeeded()) << "an expectation failed in the child process";
 }
 
-void expectAsOrdinaryUser(const std::function<void()>& function) {
-  expectInChild([&] {
+}  // namespace
+
+void expectInChild(const std::function<void()>& function) { expectSuccess(runInChild(function)); }
+
+ChildResult runAsOrdinaryUser(const std::function<void()>& function) {
+  return runInChild([&] {
     if (::geteuid() == 0) {
       ASSERT_EQ(::setgroups(0, nullptr), 0);
       ASSERT_EQ(::setegid(kOrdinaryUser), 0);
@@ -120,6 +125,10 @@ void expectAsOrdinaryUser(const std::function<void()>& function) {
     }
     function();
   });
+}
+
+void expectAsOrdinaryUser(const std::function<void()>& function) {
+  expectSuccess(runAsOrdinaryUser(function));
 }
 
 std::optional<SystemCalls> countSystemCalls(const std::function<void()>& function) {

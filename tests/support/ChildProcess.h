@@ -29,9 +29,10 @@ ChildResult runInChild(const std::function<void()>& function,
 // The same, as a part of the test: anything but success fails it.
 void expectInChild(const std::function<void()>& function);
 
-// The user that expectAsOrdinaryUser becomes when the test is run by the superuser.
+// The user that the next two become when the test is run by the superuser.
 inline constexpr uid_t kOrdinaryUser = 65534;
 // The same without the superuser's rights: permissions count.
+ChildResult runAsOrdinaryUser(const std::function<void()>& function);
 void expectAsOrdinaryUser(const std::function<void()>& function);
 
 struct SystemCalls {
