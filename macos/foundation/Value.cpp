@@ -69,23 +69,7 @@ void removeFrom(Value* values, std::size_t count, std::size_t index) {
   moveRun(values + index, values + index + 1, count - index - 1);
 }
 
-// Where a byte of UTF-8 stands in the order of UTF-16 units: surrogate pairs (leads from F0) come before
-// U+E000–U+FFFF (leads EE and EF).
-unsigned rankInUTF16(char byte) {
-  const auto rank = static_cast<unsigned char>(byte);
-  return rank == 0xEE || rank == 0xEF ? rank + 0x10U : rank;
-}
-
 }  // namespace
-
-int compareUTF16Order(std::string_view a, std::string_view b) {
-  const std::size_t common = std::min(a.size(), b.size());
-  const char* end = a.data() + common;
-  const char* difference = std::mismatch(a.data(), end, b.data()).first;
-  if (difference == end) return a.size() < b.size() ? -1 : static_cast<int>(a.size() > b.size());
-  const std::size_t index = static_cast<std::size_t>(difference - a.data());
-  return static_cast<int>(rankInUTF16(a[index])) - static_cast<int>(rankInUTF16(b[index]));
-}
 
 double Integer::toDouble() const {
   return negative_ ? static_cast<double>(low64()) : static_cast<double>(bits_);
@@ -146,15 +130,23 @@ Value ValueStorage::stringFromValidUTF8(std::string_view text) {
   return Value(Value::Tag::ShortString, Value::Tag::String, text);
 }
 
-Dictionary ValueStorage::dictionary(const Array& keys, Value* values) {
+template <typename Position>
+Dictionary ValueStorage::dictionary(const Array& keys, Value* values, const Position* order) {
   Dictionary dictionary;
-  if (keys.empty()) return dictionary;
-  dictionary.node_ = allocateContainer<Dictionary::Node>(keys.size());
-  dictionary.node_->keys = keys;
-  std::uninitialized_move_n(values, keys.size(), dictionary.node_->values());
-  dictionary.node_->count = static_cast<std::uint32_t>(keys.size());
+  const std::size_t count = keys.size();
+  if (count == 0) return dictionary;
+  auto* node = allocateContainer<Dictionary::Node>(count);
+  dictionary.node_ = node;
+  node->keys = keys;
+  for (std::size_t i = 0; i < count; ++i) {
+    ::new (static_cast<void*>(node->values() + i)) Value(std::move(values[order[i]]));
+  }
+  node->count = static_cast<std::uint32_t>(count);
   return dictionary;
 }
+
+template Dictionary ValueStorage::dictionary(const Array&, Value*, const std::uint16_t*);
+template Dictionary ValueStorage::dictionary(const Array&, Value*, const std::uint32_t*);
 
 Array ValueStorage::array(Value* values, std::size_t count) {
   Array array;
@@ -163,10 +155,6 @@ Array ValueStorage::array(Value* values, std::size_t count) {
   std::uninitialized_move_n(values, count, array.node_->values());
   array.node_->count = static_cast<std::uint32_t>(count);
   return array;
-}
-
-const Array* ValueStorage::keys(const Dictionary& dictionary) {
-  return dictionary.node_ == nullptr ? nullptr : &dictionary.node_->keys;
 }
 
 // ---- Array
@@ -291,7 +279,7 @@ void Dictionary::own(std::size_t capacity) {
 std::size_t Dictionary::lowerBound(std::string_view key) const {
   if (node_ == nullptr) return 0;
   const auto isBefore = [](const Value& a, std::string_view b) {
-    return compareUTF16Order(a.bytes(), b) < 0;
+    return std::is_lt(compareLiteral(a.bytes(), b));
   };
   const Value* first = node_->keys.begin();
   const Value* last = node_->keys.end();

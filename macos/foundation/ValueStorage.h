@@ -57,21 +57,20 @@ struct Value::URLNode : SharedBlock {
 struct ValueStorage {
   // REQUIRES: valid UTF-8
   static Value stringFromValidUTF8(std::string_view text);
-  // A dictionary of these keys, whose values are moved out of the run behind `values`.
+  // A dictionary of these keys. The value of the i-th key is moved from values[order[i]].
   // REQUIRES: the keys are strings, sorted, each once
-  static Dictionary dictionary(const Array& keys, Value* values);
+  template <typename Position>
+  static Dictionary dictionary(const Array& keys, Value* values, const Position* order);
   // An array of the values moved out of the run.
   static Array array(Value* values, std::size_t count);
-  // The keys as they are shared; null for the empty dictionary.
-  static const Array* keys(const Dictionary& dictionary);
-  // Whether the two are one and the same block, which tells sharing without looking at the content.
-  static bool areSameBlock(const Array& a, const Array& b) { return a.node_ == b.node_; }
+  // The keys; null for the empty dictionary. Dictionaries that share their keys give the same block.
+  static const Array* keys(const Dictionary& dictionary) {
+    return dictionary.node_ == nullptr ? nullptr : &dictionary.node_->keys;
+  }
+  static const void* block(const Array& array) { return array.node_; }
 
   struct Undertaker;
 };
-
-// The order of UTF-16 units over UTF-8 text: negative, zero or positive.
-int compareUTF16Order(std::string_view a, std::string_view b);
 
 }  // namespace macos
 

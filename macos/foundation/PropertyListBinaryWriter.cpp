@@ -1,0 +1,394 @@
+// SPDX-License-Identifier: MIT
+//
+// The writer of "bplist00" files, in two passes: the first numbers the objects, an object before what it
+// holds, the second writes them in that order. Equal leaves of one kind are written once.
+#include <algorithm>
+#include <array>
+#include <bit>
+#include <functional>
+#include <unordered_map>
+#include <vector>
+
+#include "macos/foundation/PropertyListCodecs.h"
+#include "macos/foundation/Text.h"
+#include "macos/foundation/ValueStorage.h"
+
+namespace macos {
+
+namespace {
+
+using ObjectIndex = std::uint32_t;
+constexpr ObjectIndex kNoObject = 0xFFFFFFFF;
+
+// 1, 2, 4 or 8: the bytes that hold the number.
+std::size_t widthOf(std::uint64_t number) {
+  if (number <= 0xFF) return 1;
+  if (number <= 0xFFFF) return 2;
+  return number <= 0xFFFFFFFF ? 4 : 8;
+}
+
+// The identifier, when the dictionary is one in its written-out form.
+std::optional<std::uint64_t> uidOf(const Dictionary& dictionary) {
+  if (dictionary.size() != 1) return std::nullopt;
+  const auto number = dictionary.integer(kUIDKey);
+  if (!number || number->isNegative() || number->bits() > 0xFFFFFFFF) return std::nullopt;
+  return number->bits();
+}
+
+std::uint64_t bitsOf(double number) { return std::bit_cast<std::uint64_t>(number); }
+
+// Leaves that were numbered, found by their content.
+class LeafTable {
+ public:
+  LeafTable() : slots_(1024) {}
+
+  // The object that equals the leaf. When there is none yet the given number becomes it and is returned.
+  ObjectIndex findOrAdd(const Value& leaf, ObjectIndex next, const std::vector<const Value*>& objects);
+
+ private:
+  struct Slot {
+    ObjectIndex object = kNoObject;
+    std::uint32_t hash = 0;
+  };
+
+  static std::uint64_t hash(const Value& leaf);
+  // Same bits: 0.0 and -0.0 are equal numbers that are not written alike.
+  static bool isSame(const Value& a, const Value& b);
+  void grow();
+
+  std::vector<Slot> slots_;
+  std::size_t used_ = 0;
+};
+
+std::uint64_t LeafTable::hash(const Value& leaf) {
+  const auto kind = static_cast<std::uint64_t>(leaf.kind()) << 56;
+  switch (leaf.kind()) {
+    case Value::Kind::String:
+      return std::hash<std::string_view>()(*leaf.ifString()) ^ kind;
+    case Value::Kind::Data:
+      return std::hash<std::string_view>()(*leaf.ifData()) ^ kind;
+    case Value::Kind::Integer:
+      return (leaf.ifInteger()->bits() ^ kind) * 0x9E3779B97F4A7C15U;
+    case Value::Kind::Real:
+      return (bitsOf(*leaf.ifReal()) ^ kind) * 0x9E3779B97F4A7C15U;
+    case Value::Kind::Date:
+      return (bitsOf(leaf.ifDate()->secondsSinceReferenceDate) ^ kind) * 0x9E3779B97F4A7C15U;
+    case Value::Kind::Boolean:
+      return (kind | static_cast<std::uint64_t>(*leaf.ifBoolean())) * 0x9E3779B97F4A7C15U;
+    default:
+      return kind;
+  }
+}
+
+bool LeafTable::isSame(const Value& a, const Value& b) {
+  if (a.kind() != b.kind()) return false;
+  if (a.kind() == Value::Kind::Real) return bitsOf(*a.ifReal()) == bitsOf(*b.ifReal());
+  return a == b;
+}
+
+ObjectIndex LeafTable::findOrAdd(const Value& leaf, ObjectIndex next,
+                                 const std::vector<const Value*>& objects) {
+  // Content made to collide costs a second copy of an object, not time.
+  constexpr std::size_t kMaximumProbes = 32;
+  if (used_ * 3 >= slots_.size() * 2) grow();
+  const auto full = hash(leaf);
+  const auto hash32 = static_cast<std::uint32_t>(full >> 32 ^ full);
+  std::size_t at = hash32 & (slots_.size() - 1);
+  for (std::size_t probe = 0; probe < kMaximumProbes; ++probe) {
+    Slot& slot = slots_[at];
+    if (slot.object == kNoObject) {
+      slot = {next, hash32};
+      ++used_;
+      return next;
+    }
+    if (slot.hash == hash32 && isSame(*objects[slot.object], leaf)) return slot.object;
+    at = (at + 1) & (slots_.size() - 1);
+  }
+  return next;
+}
+
+void LeafTable::grow() {
+  std::vector<Slot> old(2 * slots_.size());
+  old.swap(slots_);
+  for (const Slot& slot : old) {
+    if (slot.object == kNoObject) continue;
+    std::size_t at = slot.hash & (slots_.size() - 1);
+    while (slots_[at].object != kNoObject) at = (at + 1) & (slots_.size() - 1);
+    slots_[at] = slot;
+  }
+}
+
+class BinaryWriter {
+ public:
+  Result<std::string> write(const Value& value);
+
+ private:
+  // First pass.
+  bool number(const Value& value, std::size_t depth, ObjectIndex& index);
+  bool numberArray(const Array& array, std::size_t depth);
+  bool numberDictionary(const Dictionary& dictionary, std::size_t depth);
+  bool numberKeys(const Array& keys, std::size_t first);
+  bool addObject(const Value& value, std::size_t contentSize, ObjectIndex& index);
+  bool numberLeaf(const Value& value, ObjectIndex& index);
+  static std::size_t leafSize(const Value& value);
+  static std::size_t headSize(std::size_t count) { return count < 0x0F ? 1 : 2 + widthOf(count); }
+
+  // Second pass.
+  void writeObject(const Value& value, std::size_t& reference);
+  void writeInteger(Integer integer);
+  void writeText(std::string_view text);
+  void writeReferences(std::size_t count, std::size_t& reference);
+  void writeHead(unsigned kind, std::size_t count);
+  void writeNumber(std::uint64_t number, std::size_t width);
+  void writeTrailer(std::size_t table, std::size_t offsetWidth);
+
+  bool fail(const char* cause) {
+    cause_ = cause;
+    return false;
+  }
+
+  std::vector<const Value*> objects_;
+  // What the containers hold, container after container in the order of their numbers: the numbers of the
+  // elements, or of the keys and then the values.
+  std::vector<ObjectIndex> references_;
+  // Where in references_ a list of keys that dictionaries share was numbered first.
+  std::unordered_map<const void*, std::size_t> numberedKeys_;
+  LeafTable leaves_;
+  std::size_t contentSize_ = 0;  // of all objects without their references
+  std::size_t referenceWidth_ = 1;
+  std::string bytes_;
+  const char* cause_ = "";
+};
+
+Result<std::string> BinaryWriter::write(const Value& value) {
+  ObjectIndex top = 0;
+  if (!number(value, 0, top)) return Status(ErrorCode::InvalidArgument, "binary property list", cause_);
+  leaves_ = LeafTable();
+  numberedKeys_ = {};
+  constexpr std::string_view kHeader = "bplist00";
+  referenceWidth_ = widthOf(objects_.size());
+  const std::size_t table = kHeader.size() + contentSize_ + references_.size() * referenceWidth_;
+  const std::size_t offsetWidth = widthOf(table);
+  constexpr std::size_t kTrailerSize = 32;
+  const std::size_t size = table + objects_.size() * offsetWidth + kTrailerSize;
+  if (size > kPropertyListMaximumSize) {
+    return Status(ErrorCode::InvalidArgument, "binary property list", "too large");
+  }
+  bytes_.reserve(size);
+  bytes_ = kHeader;
+  std::vector<std::uint32_t> offsets;
+  offsets.reserve(objects_.size());
+  std::size_t reference = 0;
+  for (const Value* object : objects_) {
+    offsets.push_back(static_cast<std::uint32_t>(bytes_.size()));
+    writeObject(*object, reference);
+  }
+  for (const std::uint32_t offset : offsets) writeNumber(offset, offsetWidth);
+  writeTrailer(table, offsetWidth);
+  return std::move(bytes_);
+}
+
+bool BinaryWriter::addObject(const Value& value, std::size_t contentSize, ObjectIndex& index) {
+  if (objects_.size() >= kNoObject) return fail("too many objects");
+  index = static_cast<ObjectIndex>(objects_.size());
+  objects_.push_back(&value);
+  contentSize_ += contentSize;
+  return true;
+}
+
+bool BinaryWriter::number(const Value& value, std::size_t depth, ObjectIndex& index) {
+  switch (value.kind()) {
+    case Value::Kind::Null:
+      return fail("null has no form");
+    case Value::Kind::URL:
+      return fail("a URL has no form");
+    case Value::Kind::Array: {
+      const Array& array = *value.ifArray();
+      return addObject(value, headSize(array.size()), index) && numberArray(array, depth);
+    }
+    case Value::Kind::Dictionary: {
+      const Dictionary& dictionary = *value.ifDictionary();
+      if (const auto uid = uidOf(dictionary)) return addObject(value, 1 + widthOf(*uid), index);
+      return addObject(value, headSize(dictionary.size()), index) && numberDictionary(dictionary, depth);
+    }
+    default:
+      return numberLeaf(value, index);
+  }
+}
+
+bool BinaryWriter::numberLeaf(const Value& value, ObjectIndex& index) {
+  if (value.kind() == Value::Kind::Date) {
+    const double seconds = value.ifDate()->secondsSinceReferenceDate;
+    if (!(seconds >= kEarliestDate && seconds < kLatestDate)) return fail("a date out of range");
+  }
+  const auto next = static_cast<ObjectIndex>(objects_.size());
+  index = leaves_.findOrAdd(value, next, objects_);
+  return index != next || addObject(value, leafSize(value), index);
+}
+
+std::size_t BinaryWriter::leafSize(const Value& value) {
+  switch (value.kind()) {
+    case Value::Kind::Boolean:
+      return 1;
+    case Value::Kind::Integer: {
+      const Integer integer = *value.ifInteger();
+      if (integer.isNegative()) return 9;
+      return integer.fitsSigned() ? 1 + widthOf(integer.bits()) : 17;
+    }
+    case Value::Kind::Data:
+      return headSize(value.ifData()->size()) + value.ifData()->size();
+    case Value::Kind::String: {
+      const std::string_view text = *value.ifString();
+      if (isASCII(text)) return headSize(text.size()) + text.size();
+      const std::size_t units = utf16Length(text);
+      return headSize(units) + 2 * units;
+    }
+    default:
+      return 9;
+  }
+}
+
+bool BinaryWriter::numberArray(const Array& array, std::size_t depth) {
+  if (depth >= kPropertyListMaximumDepth) return fail("containers nested too deep");
+  std::size_t reference = references_.size();
+  references_.resize(reference + array.size());
+  for (const Value& element : array) {
+    ObjectIndex index = 0;
+    if (!number(element, depth + 1, index)) return false;
+    references_[reference++] = index;
+  }
+  return true;
+}
+
+bool BinaryWriter::numberDictionary(const Dictionary& dictionary, std::size_t depth) {
+  if (depth >= kPropertyListMaximumDepth) return fail("containers nested too deep");
+  if (dictionary.empty()) return true;
+  const std::size_t first = references_.size();
+  references_.resize(first + 2 * dictionary.size());
+  if (!numberKeys(*ValueStorage::keys(dictionary), first)) return false;
+  std::size_t reference = first + dictionary.size();
+  for (const auto& entry : dictionary) {
+    ObjectIndex index = 0;
+    if (!number(entry.value(), depth + 1, index)) return false;
+    references_[reference++] = index;
+  }
+  return true;
+}
+
+bool BinaryWriter::numberKeys(const Array& keys, std::size_t first) {
+  const auto [numbered, isNew] = numberedKeys_.try_emplace(ValueStorage::block(keys), first);
+  if (!isNew) {
+    std::copy_n(references_.begin() + static_cast<std::ptrdiff_t>(numbered->second), keys.size(),
+                references_.begin() + static_cast<std::ptrdiff_t>(first));
+    return true;
+  }
+  for (std::size_t i = 0; i < keys.size(); ++i) {
+    if (!numberLeaf(keys[i], references_[first + i])) return false;
+  }
+  return true;
+}
+
+void BinaryWriter::writeNumber(std::uint64_t number, std::size_t width) {
+  std::array<char, 8> digits;
+  for (std::size_t i = 0; i < width; ++i) digits[i] = static_cast<char>(number >> (8 * (width - 1 - i)));
+  bytes_.append(digits.data(), width);
+}
+
+void BinaryWriter::writeHead(unsigned kind, std::size_t count) {
+  bytes_ += static_cast<char>(kind << 4 | std::min<std::size_t>(count, 0x0F));
+  if (count >= 0x0F) writeInteger(Integer(count));
+}
+
+void BinaryWriter::writeInteger(Integer integer) {
+  if (!integer.isNegative() && !integer.fitsSigned()) {
+    bytes_ += '\x14';
+    writeNumber(0, 8);
+    writeNumber(integer.bits(), 8);
+    return;
+  }
+  // Only the widest form has a sign.
+  const std::size_t width = integer.isNegative() ? 8 : widthOf(integer.bits());
+  bytes_ += static_cast<char>(0x10 | std::countr_zero(width));
+  writeNumber(integer.bits(), width);
+}
+
+void BinaryWriter::writeText(std::string_view text) {
+  if (isASCII(text)) {
+    writeHead(0x5, text.size());
+    bytes_ += text;
+    return;
+  }
+  writeHead(0x6, utf16Length(text));
+  for (std::size_t i = 0; i < text.size();) {
+    const CodePoint c = codePointAt(text, i);
+    if (c.value >= 0x10000) {
+      writeNumber(0xD7C0 + (c.value >> 10), 2);
+      writeNumber(0xDC00 + (c.value & 0x3FF), 2);
+    } else {
+      writeNumber(c.value, 2);
+    }
+    i += c.length;
+  }
+}
+
+void BinaryWriter::writeReferences(std::size_t count, std::size_t& reference) {
+  for (std::size_t i = 0; i < count; ++i) writeNumber(references_[reference++], referenceWidth_);
+}
+
+void BinaryWriter::writeObject(const Value& value, std::size_t& reference) {
+  switch (value.kind()) {
+    case Value::Kind::Boolean:
+      bytes_ += *value.ifBoolean() ? '\x09' : '\x08';
+      break;
+    case Value::Kind::Integer:
+      writeInteger(*value.ifInteger());
+      break;
+    case Value::Kind::Real:
+      bytes_ += '\x23';
+      writeNumber(bitsOf(*value.ifReal()), 8);
+      break;
+    case Value::Kind::Date:
+      bytes_ += '\x33';
+      writeNumber(bitsOf(value.ifDate()->secondsSinceReferenceDate), 8);
+      break;
+    case Value::Kind::Data:
+      writeHead(0x4, value.ifData()->size());
+      bytes_ += *value.ifData();
+      break;
+    case Value::Kind::String:
+      writeText(*value.ifString());
+      break;
+    case Value::Kind::Array:
+      writeHead(0xA, value.ifArray()->size());
+      writeReferences(value.ifArray()->size(), reference);
+      break;
+    case Value::Kind::Dictionary:
+      if (const auto uid = uidOf(*value.ifDictionary())) {
+        const std::size_t width = widthOf(*uid);
+        bytes_ += static_cast<char>(0x80 | (width - 1));
+        writeNumber(*uid, width);
+        break;
+      }
+      writeHead(0xD, value.ifDictionary()->size());
+      writeReferences(2 * value.ifDictionary()->size(), reference);
+      break;
+    case Value::Kind::Null:
+    case Value::Kind::URL:
+      break;  // refused by the first pass
+  }
+}
+
+void BinaryWriter::writeTrailer(std::size_t table, std::size_t offsetWidth) {
+  writeNumber(0, 6);
+  writeNumber(offsetWidth, 1);
+  writeNumber(referenceWidth_, 1);
+  writeNumber(objects_.size(), 8);
+  writeNumber(0, 8);
+  writeNumber(table, 8);
+}
+
+}  // namespace
+
+Result<std::string> writeBinaryPropertyList(const Value& value) { return BinaryWriter().write(value); }
+
+}  // namespace macos
