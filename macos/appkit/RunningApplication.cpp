@@ -3,25 +3,11 @@
 
 #include <utility>
 
+#include "macos/carbon/Processes.h"
 #include "macos/foundation/Bundle.h"
 #include "macos/host/Host.h"
 
 namespace macos {
-
-namespace {
-
-// Whether the process was started, by its environment, for this Mac and this user. One that names no root
-// folder was started without regard to one and counts.
-bool isOfThisSession(const ProcessInfo& process) {
-  auto& host = Host::current();
-  const auto root = host.processes().environmentValue(process, "MACOS_ROOT");
-  if (!root || root->empty()) return true;
-  if (host.files().pathInRoot(*root) != "/") return false;
-  const auto home = host.processes().environmentValue(process, "HOME");
-  return !home || host.files().hostPath(*home) == host.files().hostPath(host.home());
-}
-
-}  // namespace
 
 NSRunningApplication::NSRunningApplication(ProcessInfo process, std::string bundleIdentifier)
     : process_(std::move(process)), bundleIdentifier_(std::move(bundleIdentifier)) {}
@@ -32,7 +18,7 @@ std::vector<NSRunningApplication> NSRunningApplication::runningApplicationsWithB
   if (identifier.empty()) return found;
   for (ProcessInfo& process : Host::current().processes().processes()) {
     const auto bundle = NSBundle::bundleOfExecutable(process.executable);
-    if (!bundle || bundle->bundleIdentifier() != identifier || !isOfThisSession(process)) continue;
+    if (!bundle || bundle->bundleIdentifier() != identifier || !isProcessOfThisSession(process)) continue;
     found.emplace_back(std::move(process), std::string(identifier));
   }
   return found;

@@ -33,24 +33,6 @@ struct Application {
   std::optional<Facts> facts;  // read when they are first asked for
 };
 
-OSType codeOfBytes(std::string_view bytes) {
-  OSType code = 0;
-  for (const char c : bytes) code = code << 8 | static_cast<unsigned char>(c);
-  return code;
-}
-
-OSType readSignature(const NSBundle& bundle, const std::string& path) {
-  constexpr std::size_t kTypeSize = 4;
-  constexpr std::size_t kPackageInfoSize = 8;
-  if (const auto text = bundle.infoDictionary().string("CFBundleSignature")) {
-    const auto bytes = macRomanFromUTF8(*text);
-    return bytes && bytes->size() == kTypeSize ? codeOfBytes(*bytes) : kLSUnknownCreator;
-  }
-  const auto info = Host::current().files().readStart(path + "/Contents/PkgInfo", kPackageInfoSize);
-  if (!info.ok() || info->size() != kPackageInfoSize) return kLSUnknownCreator;
-  return codeOfBytes(std::string_view(*info).substr(kTypeSize));
-}
-
 Facts readFacts(const std::string& path) {
   Facts facts;
   const auto bundle = NSBundle::bundleWithPath(path);
@@ -59,7 +41,7 @@ Facts readFacts(const std::string& path) {
   facts.identifier = bundle->bundleIdentifier();
   facts.version =
       info.string("CFBundleVersion").value_or(info.string("CFBundleShortVersionString").value_or(""));
-  facts.signature = readSignature(*bundle, path);
+  facts.signature = bundle->signature();
   return facts;
 }
 

@@ -18,6 +18,7 @@ namespace macos {
 namespace {
 
 constexpr std::uint64_t kLargestInfo = std::uint64_t{16} << 20;
+constexpr std::size_t kPackageInfoSize = 8;
 constexpr std::uint64_t kLargestResource = std::uint64_t{64} << 20;
 constexpr std::string_view kLocalizationExtension = "lproj";
 constexpr std::string_view kExecutableFolder = "/Contents/MacOS";
@@ -61,6 +62,13 @@ std::vector<std::string> userLanguages() {
   return languages;
 }
 
+OSType codeOfBytes(std::string_view bytes) {
+  if (bytes.size() != 4) return 0;
+  OSType code = 0;
+  for (const char c : bytes) code = code << 8 | static_cast<unsigned char>(c);
+  return code;
+}
+
 }  // namespace
 
 struct NSBundle::Implementation {
@@ -100,6 +108,16 @@ struct NSBundle::Implementation {
     auto list = NSPropertyListSerialization::propertyListWithData(*bytes);
     const Dictionary* dictionary = list.ok() ? std::as_const(list->value).ifDictionary() : nullptr;
     return dictionary ? *dictionary : Dictionary{};
+  }
+
+  OSType signature() {
+    if (const auto text = info().string("CFBundleSignature")) {
+      const auto bytes = macRomanFromUTF8(*text);
+      return bytes ? codeOfBytes(*bytes) : 0;
+    }
+    const auto bytes = files().readStart(pathByAppendingComponent(contents, "PkgInfo"), kPackageInfoSize);
+    if (!bytes.ok() || bytes->size() != kPackageInfoSize) return 0;
+    return codeOfBytes(std::string_view(*bytes).substr(kPackageInfoSize / 2));
   }
 
   const std::vector<std::string>& localizationNames() {
@@ -278,6 +296,8 @@ std::string NSBundle::bundleIdentifier() const {
 }
 
 const Dictionary& NSBundle::infoDictionary() const { return implementation_->info(); }
+
+OSType NSBundle::signature() const { return implementation_->signature(); }
 
 std::optional<NSURL> NSBundle::executableURL() const {
   const auto path = executablePath();

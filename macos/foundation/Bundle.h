@@ -13,6 +13,7 @@
 #include <string_view>
 #include <vector>
 
+#include "macos/carbon/FourCharCode.h"
 #include "macos/foundation/URL.h"
 #include "macos/foundation/Value.h"
 
@@ -39,6 +40,9 @@ class NSBundle {
   std::string bundleIdentifier() const;
   // Empty when there is no Info.plist or it is none.
   const Dictionary& infoDictionary() const;
+  // The creator of CFBundleGetPackageInfo: CFBundleSignature, its characters read forwards, else the last
+  // four of the eight bytes of Contents/PkgInfo; 0 when there is neither, or it is not of four bytes.
+  OSType signature() const;
   // The executable that Info.plist names, else one named like the bundle without its extension; nullopt
   // when there is no such file.
   std::optional<NSURL> executableURL() const;
