@@ -31,11 +31,22 @@ Host::~Host() {
   Host* const previous = std::exchange(threadHost, this);
   while (!localsInOrder_.empty()) {
     // Off the list first: its destructor may still ask for another local.
-    const std::type_index last = localsInOrder_.back();
+    const auto last = locals_.extract(localsInOrder_.back());
     localsInOrder_.pop_back();
-    locals_.extract(last);
   }
   threadHost = previous;
+}
+
+std::shared_ptr<Host::Local> Host::localOfType(std::type_index type) {
+  const std::lock_guard lock(localsMutex_);
+  auto& local = locals_[type];
+  if (!local) local = std::make_shared<Local>();
+  return local;
+}
+
+void Host::noteMade(std::type_index type) {
+  const std::lock_guard lock(localsMutex_);
+  localsInOrder_.push_back(type);
 }
 
 Host& Host::current() {

@@ -67,23 +67,30 @@ class Host : public std::enable_shared_from_this<Host> {
  private:
   explicit Host(Parts parts);
 
+  // A local is made without the lock: its constructor may take long, and take locks of its own under which
+  // others ask for locals.
+  struct Local {
+    std::once_flag once;
+    std::shared_ptr<void> object;
+  };
+  std::shared_ptr<Local> localOfType(std::type_index type);
+  void noteMade(std::type_index type);
+
   Parts parts_;
-  std::recursive_mutex localsMutex_;
-  std::map<std::type_index, std::shared_ptr<void>> locals_;
+  std::mutex localsMutex_;
+  std::map<std::type_index, std::shared_ptr<Local>> locals_;
   std::vector<std::type_index> localsInOrder_;
 };
 
 template <typename T>
 T& Host::local() {
-  std::lock_guard lock(localsMutex_);
-  auto found = locals_.find(std::type_index(typeid(T)));
-  if (found == locals_.end()) {
+  const auto local = localOfType(typeid(T));
+  std::call_once(local->once, [&] {
     // Those that its constructor asks for come before it.
-    auto made = std::make_shared<T>();
-    localsInOrder_.emplace_back(typeid(T));
-    found = locals_.emplace(std::type_index(typeid(T)), std::move(made)).first;
-  }
-  return *static_cast<T*>(found->second.get());
+    local->object = std::make_shared<T>();
+    noteMade(typeid(T));
+  });
+  return *static_cast<T*>(local->object.get());
 }
 
 // The shared instance of T that belongs to the current host.
