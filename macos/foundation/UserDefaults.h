@@ -66,7 +66,8 @@ class NSUserDefaults : public NSObservable {
   Value valueForKey(std::string_view key) const override;
 
   class Implementation;
-  explicit NSUserDefaults(std::string domain);
+  // The factories make objects.
+  explicit NSUserDefaults(std::shared_ptr<Implementation> implementation);
 
  private:
   const std::shared_ptr<Implementation> implementation_;
@@ -86,7 +87,6 @@ class NSUserDefaultsController : public NSObservable {
   ~NSUserDefaultsController() override;
 
   const std::shared_ptr<NSUserDefaults>& defaults() const;
-  const Dictionary& initialValues() const;
 
   // True at first. While it is false, edits wait until save().
   bool appliesImmediately() const;
@@ -103,9 +103,12 @@ class NSUserDefaultsController : public NSObservable {
   Value valueForKey(std::string_view keyPath) const override;
 
   class Implementation;
-  NSUserDefaultsController(std::shared_ptr<NSUserDefaults> defaults, const Dictionary& initialValues);
+  // The factories make objects.
+  explicit NSUserDefaultsController(std::shared_ptr<Implementation> implementation);
 
  private:
+  void setEdit(std::string_view key, std::optional<Value> edit);
+
   const std::shared_ptr<Implementation> implementation_;
 };
 
