@@ -166,8 +166,9 @@ void NSObservable::didChange(NSKeyValueChange kind, const NSIndexSet& indexes, s
     if (observance->ended) continue;
     change.oldValue.reset();
     change.newValue.reset();
-    if (hasOldValue(kind) && observance->wants(NSKeyValueObservingOptionOld))
+    if (hasOldValue(kind) && observance->wants(NSKeyValueObservingOptionOld)) {
       change.oldValue = pending->oldValue;
+    }
     if (hasNewValue(kind) && observance->wants(NSKeyValueObservingOptionNew)) change.newValue = newValue;
     observance->observer(pending->key, change);
   }

@@ -102,7 +102,7 @@ TEST_F(Preferences, ARemovedKeyLetsTheGlobalDomainShineThrough) {
 }
 
 TEST_F(Preferences, FilesOfThisComputerAloneAreNotSearched) {
-  host_.root().writeFile(std::string(kPreferencesFolder) + "/ByHost/com.example.app.0000.plist",
+  host_.root().writeFile("/Users/anna/Library/Preferences/ByHost/com.example.app.0000.plist",
                          xmlDomain("<key>a</key><true/>"));
   EXPECT_EQ(get("a"), std::nullopt);
 }

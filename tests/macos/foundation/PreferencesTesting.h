@@ -26,7 +26,9 @@ inline std::string xmlDomain(std::string_view content) {
 class PreferencesTest : public testing::Test {
  protected:
   static std::string domainPath(std::string_view domain) {
-    return std::string(kPreferencesFolder) + "/" + std::string(domain) + ".plist";
+    std::string path(kPreferencesFolder);
+    path.append("/").append(domain).append(".plist");
+    return path;
   }
   void writeDomain(std::string_view domain, std::string_view xmlContent) {
     host_.root().writeFile(domainPath(domain), xmlDomain(xmlContent));
