@@ -68,7 +68,7 @@ Status makePreferencesFolder() {
   if (folder == "/") folder.clear();
   for (const std::string_view name : {"/Library", "/Preferences"}) {
     folder += name;
-    const Status status = files.makeFolder(folder, kFolderMode);
+    Status status = files.makeFolder(folder, kFolderMode);
     if (!status.ok() && status.code() != ErrorCode::AlreadyExists) return status;
   }
   return {};

@@ -10,7 +10,7 @@
 namespace macos {
 
 // popen for reading, all of the output, pclose. Malformed UTF-8 in it reads as U+FFFD; nothing is trimmed,
-// and the exit status is not looked at. Empty, with a log line, when the command could not be started, or
+// and the exit status is not looked at. nullopt, with a log line, when the command could not be started, or
 // was ended because it ran for more than 2 s or printed more than 64 KiB.
 std::optional<std::string> popenAndRead(const std::string& command);
 
