@@ -25,7 +25,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
   }
 
   macos::AppleEvent received;
-  if (macos::AEUnflattenEvent(text, &received) == macos::noErr && macos::AEFlattenEvent(received) != text)
+  if (macos::AEUnflattenEvent(text, &received) == macos::noErr && macos::AEFlattenEvent(received) != text) {
     std::abort();
+  }
   return 0;
 }

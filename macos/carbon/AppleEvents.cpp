@@ -48,8 +48,9 @@ std::optional<AEDesc> attributeOf(const AppleEvent& event, AEKeyword keyword) {
       return AEDesc::withInteger(typeSInt32, event.transactionID);
     case keyMissedKeywordAttr:
       for (const AERecordField& field : event.parameters.fields) {
-        if (!event.readParameters.contains(field.keyword))
+        if (!event.readParameters.contains(field.keyword)) {
           return AEDesc::withCode(typeKeyword, field.keyword);
+        }
       }
       return std::nullopt;
     default:

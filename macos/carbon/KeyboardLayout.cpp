@@ -94,8 +94,9 @@ UCKeyStateRecord::UCKeyStateRecord(std::string_view data, std::uint32_t offset)
     : bytes_(structureAt(data, offset, kRecordHeaderSize)) {
   if (isNull()) return;
   std::uint64_t entriesSize = 0;
-  if (stateEntryFormat() == kUCKeyStateEntryTerminalFormat)
+  if (stateEntryFormat() == kUCKeyStateEntryTerminalFormat) {
     entriesSize = stateEntryCount() * kTerminalEntrySize;
+  }
   if (stateEntryFormat() == kUCKeyStateEntryRangeFormat) entriesSize = stateEntryCount() * kRangeEntrySize;
   if (!lies(bytes_, kRecordHeaderSize, entriesSize)) bytes_ = {};
 }
@@ -145,8 +146,9 @@ std::optional<UCKeyOutput> UCKeyStateTerminators::terminator(std::uint32_t state
 
 UCKeySequenceDataIndex::UCKeySequenceDataIndex(std::string_view data, std::uint32_t offset)
     : bytes_(structureAt(data, offset, kSequencesHeaderSize)) {
-  if (!isNull() && !lies(bytes_, kSequencesHeaderSize, (std::uint64_t{u16At(bytes_, 2)} + 1) * 2))
+  if (!isNull() && !lies(bytes_, kSequencesHeaderSize, (std::uint64_t{u16At(bytes_, 2)} + 1) * 2)) {
     bytes_ = {};
+  }
 }
 
 std::uint16_t UCKeySequenceDataIndex::charSequenceCount() const { return isNull() ? 0 : u16At(bytes_, 2); }

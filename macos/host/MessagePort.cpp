@@ -91,8 +91,9 @@ Result<MessageConnection> MessageConnection::connect(pid_t processID, UnixNanose
   const auto* name = reinterpret_cast<const sockaddr*>(&address.name);
   while (::connect(socket->get(), name, address.length) != 0) {
     if (errno == EINTR) continue;
-    if (errno == ECONNREFUSED || errno == ENOENT)
+    if (errno == ECONNREFUSED || errno == ENOENT) {
       return Status(ErrorCode::NotFound, kContext, "nobody listens");
+    }
     // EAGAIN: too many wait for the port already. There is nothing to wait on but time.
     if (errno != EAGAIN) return Status::fromErrno(kContext, errno);
     const UnixNanoseconds now = Host::current().clock().monotonic();
@@ -105,8 +106,9 @@ Result<MessageConnection> MessageConnection::connect(pid_t processID, UnixNanose
 }
 
 Status MessageConnection::send(std::string_view message, UnixNanoseconds deadline) {
-  if (message.size() > kLongestMessage)
+  if (message.size() > kLongestMessage) {
     return {ErrorCode::InvalidArgument, kContext, "the message is too long"};
+  }
   const std::array<char, 4> prefix = lengthPrefix(static_cast<std::uint32_t>(message.size()));
   for (std::string_view part : {std::string_view(prefix.data(), prefix.size()), message}) {
     while (!part.empty()) {

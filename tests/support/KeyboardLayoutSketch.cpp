@@ -46,8 +46,9 @@ void addTables(const TypeSketch& type, std::string* bytes, std::size_t place) {
   for (const auto& table : type.tables) {
     if (table) {
       begin(bytes, offset);
-      for (std::size_t key = 0; key < type.tableSize; ++key)
+      for (std::size_t key = 0; key < type.tableSize; ++key) {
         u16(bytes, key < table->size() ? (*table)[key] : 0xFFFF);
+      }
     }
     offset += 4;
   }
@@ -87,8 +88,9 @@ void addSequences(const TypeSketch& type, std::string* bytes, std::size_t place)
   u16(bytes, static_cast<unsigned>(type.sequences.size()));
   std::size_t offset = 4 + 2 * (type.sequences.size() + 1);
   u16(bytes, static_cast<unsigned>(offset));
-  for (const std::u16string& text : type.sequences)
+  for (const std::u16string& text : type.sequences) {
     u16(bytes, static_cast<unsigned>(offset += 2 * text.size()));
+  }
   for (const std::u16string& text : type.sequences) {
     for (const char16_t unit : text) u16(bytes, unit);
   }
@@ -133,25 +135,29 @@ std::vector<std::size_t> offsetPlaces(const std::string& layout) {
     const std::size_t header = 12 + 28 * type;
     for (std::size_t field = 8; field < 28; field += 4) places.push_back(header + field);
     const std::size_t tables = loadU32(layout, header + 12);
-    for (std::size_t table = 0; table < loadU32(layout, tables + 4); ++table)
+    for (std::size_t table = 0; table < loadU32(layout, tables + 4); ++table) {
       places.push_back(tables + 8 + 4 * table);
+    }
     const std::size_t records = loadU32(layout, header + 16);
     if (records == 0) continue;
-    for (std::size_t record = 0; record < loadU16(layout, records + 2); ++record)
+    for (std::size_t record = 0; record < loadU16(layout, records + 2); ++record) {
       places.push_back(records + 4 + 4 * record);
+    }
   }
   return places;
 }
 
 void storeU32(std::string* bytes, std::size_t place, std::uint32_t value) {
-  for (std::size_t index = 0; index < 4; ++index)
+  for (std::size_t index = 0; index < 4; ++index) {
     (*bytes)[place + index] = static_cast<char>(value >> 8 * index & 0xFF);
+  }
 }
 
 std::uint32_t loadU32(const std::string& bytes, std::size_t place) {
   std::uint32_t value = 0;
-  for (std::size_t index = 4; index-- > 0;)
+  for (std::size_t index = 4; index-- > 0;) {
     value = value << 8 | static_cast<std::uint8_t>(bytes.at(place + index));
+  }
   return value;
 }
 

@@ -57,8 +57,9 @@ class Bytes {
   }
   // Fills in a number that was written as 0 before its value was known.
   void setU32(std::size_t place, std::size_t value) {
-    for (std::size_t index = 0; index < 4; ++index)
+    for (std::size_t index = 0; index < 4; ++index) {
       bytes_[place + index] = static_cast<char>(value >> 8 * index & 0xFF);
+    }
   }
   void align() { bytes_.resize((bytes_.size() + 3) & ~std::size_t{3}); }
   std::size_t size() const { return bytes_.size(); }
@@ -134,8 +135,9 @@ class Encoder {
     for (int table = 0; table < kTableCount; ++table) bytes_.u32(0);
     for (std::uint8_t table = 0; table < kTableCount; ++table) {
       bytes_.setU32(offsets + 4 * std::size_t{table}, bytes_.size());
-      for (const auto& row : table_.keys)
+      for (const auto& row : table_.keys) {
         bytes_.u16(row ? output(*row, static_cast<TableNumber>(table)) : kNothing);
+      }
     }
   }
 
@@ -216,8 +218,9 @@ class Encoder {
   }
 
   macos::UCKeyOutput combination(const DeadKey& key, char16_t typed) {
-    if (const auto found = key.combinations.find(typed); found != key.combinations.end())
+    if (const auto found = key.combinations.find(typed); found != key.combinations.end()) {
       return found->second;
+    }
     const std::u16string text{key.accent, typed};
     const auto next = static_cast<std::uint16_t>(sequenceOrder_.size());
     const auto [place, isNew] = sequenceNumbers_.emplace(text, next);
@@ -238,8 +241,9 @@ class Encoder {
     bytes_.u16(static_cast<unsigned>(sequenceOrder_.size()));
     std::size_t offset = 4 + 2 * (sequenceOrder_.size() + 1);
     bytes_.u16(static_cast<unsigned>(offset));
-    for (const std::u16string& text : sequenceOrder_)
+    for (const std::u16string& text : sequenceOrder_) {
       bytes_.u16(static_cast<unsigned>(offset += 2 * text.size()));
+    }
     for (const std::u16string& text : sequenceOrder_) {
       for (const char16_t unit : text) bytes_.u16(unit);
     }

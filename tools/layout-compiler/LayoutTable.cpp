@@ -91,8 +91,9 @@ class Parser {
     for (std::size_t index = 3; index < words.size(); ++index) {
       const std::u16string pair = macos::utf16FromUTF8(words[index]);
       if (pair.size() != 2) return malformed("a combination is not two characters");
-      if (!key.combinations.emplace(pair[0], pair[1]).second)
+      if (!key.combinations.emplace(pair[0], pair[1]).second) {
         return malformed("a combination is given twice");
+      }
     }
     // The accent itself is typed by the space bar.
     key.combinations.emplace(u' ', key.accent);
@@ -171,8 +172,9 @@ Result<LayoutTable> parseLayoutTable(std::string_view specialKeys, std::string_v
   if (Status status = addLines(specialKeys, &parser); !status.ok()) return status;
   if (Status status = addLines(text, &parser); !status.ok()) return status;
   LayoutTable table = parser.takeTable();
-  if (table.name.empty() || table.identifier.empty())
+  if (table.name.empty() || table.identifier.empty()) {
     return malformed("a layout needs a name and an identifier");
+  }
   return table;
 }
 

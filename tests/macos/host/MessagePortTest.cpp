@@ -22,13 +22,19 @@ namespace {
 
 constexpr macos::UnixNanoseconds kSecond = 1'000'000'000;
 
+TestHostOptions onTheMachinesClock() {
+  TestHostOptions options;
+  options.realClock = true;
+  return options;
+}
+
 class MessagePortTest : public testing::Test {
  protected:
   static macos::UnixNanoseconds in(macos::UnixNanoseconds nanoseconds) {
     return macos::Host::current().clock().monotonic() + nanoseconds;
   }
 
-  TestHost host_{TestHostOptions{.root = {}, .realClock = true}};
+  TestHost host_{onTheMachinesClock()};
 };
 
 // A process of its own that opens its port and does something with it, until the end of the scope.
