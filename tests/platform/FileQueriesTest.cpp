@@ -1,0 +1,274 @@
+// SPDX-License-Identifier: MIT
+#include "platform/FileQueries.h"
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <thread>
+
+#include "macos/foundation/FileMetadata.h"
+#include "macos/foundation/RunLoop.h"
+#include "tests/support/BundleSketch.h"
+#include "tests/support/ChildProcess.h"
+#include "tests/support/TestHost.h"
+
+namespace vennick {
+namespace {
+
+using macos::NSDate;
+using macos::NSURL;
+using macos::VolumeInfo;
+using tests::FailingFileSystem;
+using tests::makeBundle;
+using tests::TestHost;
+
+NSURL url(std::string_view path) { return NSURL::fileURLWithPathIsDirectory(path, false); }
+
+NSURL web(std::string_view path) { return *NSURL::URLWithString("http://h" + std::string(path)); }
+
+void setFlags(const std::string& path, std::uint16_t flags) {
+  macos::FinderInfo info;
+  info.setFlags(flags);
+  ASSERT_TRUE(macos::setFinderInfo(path, info).ok());
+}
+
+TEST(FileQueries, APathIsAskedThroughALinkAtItsEnd) {
+  TestHost host;
+  host.root().writeFile("/file", "");
+  host.root().makeFolder("/P.app");
+  host.root().makeLink("/toFile", "file");
+  host.root().makeLink("/toFolder", "/Users");
+  host.root().makeLink("/toPackage", "P.app");
+  host.root().makeLink("/dangling", "/none");
+  EXPECT_TRUE(pathExists("/toFile"));
+  EXPECT_FALSE(pathExists("/dangling"));
+  EXPECT_FALSE(pathExists(""));
+  EXPECT_TRUE(pathExistsAndIsFile("/toFile"));
+  EXPECT_FALSE(pathExistsAndIsFile("/toFolder"));
+  EXPECT_TRUE(pathExistsAndIsFolder("/toFolder"));
+  EXPECT_TRUE(pathExistsAndIsFolder("/toPackage")) << "packages are folders, too";
+  EXPECT_FALSE(pathExistsAndIsFolder("/dangling"));
+  EXPECT_TRUE(pathIsPackage("/toPackage"));
+  EXPECT_FALSE(pathIsPackage("/toFolder"));
+  EXPECT_FALSE(pathIsPackage("/dangling"));
+  EXPECT_TRUE(pathExistsAndIsFileOrPackage("/toFile"));
+  EXPECT_TRUE(pathExistsAndIsFileOrPackage("/toPackage"));
+  EXPECT_FALSE(pathExistsAndIsFileOrPackage("/toFolder"));
+  EXPECT_FALSE(pathExistsAndIsFileOrPackage("/none"));
+}
+
+TEST(FileQueries, AURLIsNotFollowedExceptForItsExistence) {
+  TestHost host;
+  host.root().writeFile("/file", "");
+  host.root().makeFolder("/P.app");
+  host.root().makeLink("/toFile", "file");
+  host.root().makeLink("/toFolder", "/Users");
+  host.root().makeLink("/toPackage.app", "P.app");
+  EXPECT_TRUE(pathExists(url("/toFile")));
+  EXPECT_FALSE(pathExistsAndIsFile(url("/toFile")));
+  EXPECT_FALSE(pathExistsAndIsFolder(url("/toFolder")));
+  EXPECT_FALSE(pathIsPackage(url("/toPackage.app")));
+  EXPECT_FALSE(pathExistsAndIsFileOrPackage(url("/toFile")));
+  EXPECT_TRUE(pathExistsAndIsFile(url("/file")));
+  EXPECT_TRUE(pathExistsAndIsFolder(url("/P.app")));
+  EXPECT_TRUE(pathExistsAndIsFileOrPackage(url("/P.app")));
+  EXPECT_FALSE(pathExistsAndIsFileOrPackage(url("/Users")));
+}
+
+TEST(FileQueries, ExistenceAndWritabilityGoByThePathWhateverTheScheme) {
+  TestHost host;
+  EXPECT_TRUE(pathExists(web("/Users")));
+  EXPECT_TRUE(pathIsWritable(web("/Users")));
+  EXPECT_FALSE(pathExistsAndIsFolder(web("/Users")));
+  EXPECT_FALSE(pathExists(*NSURL::URLWithString("mailto:x")));
+  EXPECT_FALSE(pathExists(NSURL()));
+}
+
+TEST(FileQueries, WritableIsWhatTheUserMayWrite) {
+  TestHost host;
+  host.root().writeFile("/closed/x", "");
+  host.root().makeFolder("/open");
+  host.root().giveTo(tests::kOrdinaryUser);
+  ASSERT_TRUE(host.files().setMode("/closed/x", 0444).ok());
+  ASSERT_TRUE(host.files().setMode("/closed", 0555).ok());
+  const auto result = tests::runAsOrdinaryUser([] {
+    EXPECT_FALSE(pathIsWritable("/closed/x"));
+    EXPECT_FALSE(pathIsWritable(url("/closed")));
+    EXPECT_TRUE(pathIsWritable("/open"));
+    EXPECT_FALSE(pathIsWritable("/none"));
+  });
+  EXPECT_TRUE(result.succeeded());
+  ASSERT_TRUE(host.files().setMode("/closed", 0755).ok());
+}
+
+TEST(FileQueries, PathExistsAndIsApplicationOfAScriptAppletIsNo) {
+  TestHost host;
+  makeBundle(host.root(), "/Real.app", "Real");
+  makeBundle(host.root(), "/Script.app", "applet");
+  makeBundle(host.root(), "/Drop.app", "droplet");
+  makeBundle(host.root(), "/Loud.APP", "Loud");
+  makeBundle(host.root(), "/Other.bundle", "Other");
+  host.root().makeFolder("/Empty.app");
+  host.root().writeFile("/file.app", "");
+  EXPECT_TRUE(pathExistsAndIsApplication(url("/Real.app")));
+  EXPECT_FALSE(pathExistsAndIsApplication(url("/Script.app")));
+  EXPECT_FALSE(pathExistsAndIsApplication(url("/Drop.app")));
+  EXPECT_FALSE(pathExistsAndIsApplication(url("/Loud.APP"))) << "the extension is exactly \"app\"";
+  EXPECT_FALSE(pathExistsAndIsApplication(url("/Other.bundle")));
+  EXPECT_TRUE(pathExistsAndIsApplication(url("/Empty.app")))
+      << "one without an executable still is an application";
+  EXPECT_FALSE(pathExistsAndIsApplication(url("/file.app")));
+  EXPECT_FALSE(pathExistsAndIsApplication(url("/none.app")));
+}
+
+TEST(FileQueries, AliasesAndHiddenItemsAreRecognised) {
+  TestHost host;
+  host.root().writeFile("/alias", "");
+  host.root().writeFile("/invisible", "");
+  host.root().writeFile("/plain", "");
+  setFlags("/alias", macos::kIsAlias);
+  setFlags("/invisible", macos::kIsInvisible);
+  EXPECT_TRUE(pathIsAlias(url("/alias")));
+  EXPECT_FALSE(pathIsAlias(url("/plain")));
+  EXPECT_FALSE(pathIsAlias(web("/alias")));
+  EXPECT_TRUE(pathIsHidden(url("/invisible")));
+  EXPECT_FALSE(pathIsHidden(url("/plain")));
+  EXPECT_TRUE(pathIsHidden(url("/missing/.dot"))) << "the name alone is enough";
+  EXPECT_FALSE(pathIsHidden(web("/.dot")));
+}
+
+TEST(FileQueries, PathIsEjectableOfALocationOnAnEjectableVolumeIsNo) {
+  TestHost host;
+  host.root().writeFile("/Volumes/Stick/x", "");
+  host.volumes().change("/Volumes/Stick", [](VolumeInfo& volume) { volume.isEjectable = true; });
+  EXPECT_FALSE(pathIsEjectable(url("/Volumes/Stick/x")));
+  EXPECT_TRUE(pathIsEjectable(url("/Users"))) << "deliberately the inverse of the volume's flag";
+  EXPECT_FALSE(pathIsEjectable(url("/none"))) << "but not what cannot be read";
+  EXPECT_FALSE(pathIsEjectable(web("/Users")));
+}
+
+TEST(FileQueries, ALocationOnAnotherComputersDiskIsOnANetworkVolume) {
+  TestHost host;
+  host.root().writeFile("/Volumes/Server/x", "");
+  host.volumes().change("/Volumes/Server", [](VolumeInfo& volume) { volume.isLocal = false; });
+  EXPECT_TRUE(pathIsOnNetworkVolume(url("/Volumes/Server/x")));
+  EXPECT_TRUE(pathIsOnNetworkVolume("/Volumes/Server/x"));
+  EXPECT_FALSE(pathIsOnNetworkVolume("/Users"));
+  EXPECT_FALSE(pathIsOnNetworkVolume("/Volumes/Server/none"));
+  EXPECT_FALSE(pathIsOnNetworkVolume(web("/Volumes/Server/x")));
+}
+
+TEST(FileQueries, IsCaseSensitiveOfAURLThatIsNoFileURLIsYes) {
+  TestHost host;
+  host.volumes().change("/", [](VolumeInfo& volume) { volume.isCaseSensitive = false; });
+  EXPECT_TRUE(isCaseSensitive(web("/Users")));
+  EXPECT_TRUE(isCaseSensitive(url("/none"))) << "and of one that cannot be read";
+  EXPECT_FALSE(isCaseSensitive(url("/Users")));
+}
+
+TEST(FileQueries, TheModificationDateIsTheDistantPastWhenItCannotBeRead) {
+  TestHost host;
+  host.root().writeFile("/file", "");
+  ASSERT_TRUE(host.files().setModified("/file", 978'307'300'000'000'000).ok());
+  EXPECT_EQ(modificationDate(url("/file")).secondsSinceReferenceDate, 100);
+  EXPECT_EQ(modificationDate(url("/none")), NSDate::distantPast());
+  EXPECT_EQ(modificationDate(web("/file")), NSDate::distantPast());
+}
+
+TEST(FileQueries, SizeOfAFolderHoldingThreeVisibleFilesAndOneHiddenIsThree) {
+  TestHost host;
+  host.root().writeFile("/d/a", std::string(1000, 'x'));
+  host.root().writeFile("/d/b", "");
+  host.root().writeFile("/d/c", "");
+  host.root().writeFile("/d/.hidden", "");
+  EXPECT_EQ(size(url("/d")), 3);
+  host.root().writeFile("/d/sub/deep", "");
+  EXPECT_EQ(size(url("/d")), 4) << "a folder in it is one entry";
+}
+
+TEST(FileQueries, SizeOfAPackageIsTheSumOfAllThatIsInIt) {
+  TestHost host;
+  host.root().writeFile("/P.app/Contents/a", std::string(1000, 'x'));
+  host.root().writeFile("/P.app/.hidden", std::string(200, 'x'));
+  host.root().writeFile("/P.app/Inner.bundle/b", std::string(30, 'x'));
+  host.root().makeLink("/P.app/link", "1234");
+  host.root().makeLink("/P.app/up", "/P.app");
+  EXPECT_EQ(size(url("/P.app")), 1000 + 200 + 30 + 4 + 6) << "a link counts by its own length";
+}
+
+TEST(FileQueries, SizeOfAnythingElseIsItsOwnReadAfresh) {
+  TestHost host;
+  host.root().writeFile("/file", "12345");
+  EXPECT_EQ(size(url("/file")), 5);
+  host.root().writeFile("/file", "1234567");
+  EXPECT_EQ(size(url("/file")), 7);
+  EXPECT_EQ(size(url("/none")), 0);
+  EXPECT_EQ(size(web("/file")), 0);
+  EXPECT_EQ(size(NSURL()), 0);
+}
+
+TEST(FileQueries, SizeIsDeliveredOnTheMainThreadByTheRunLoop) {
+  tests::TestHostOptions options;
+  options.realClock = true;
+  TestHost host(options);
+  host.root().writeFile("/file", "12345");
+  std::int64_t delivered = -1;
+  std::thread::id thread;
+  sizeDeliveredToBlock(url("/file"), [&](std::int64_t bytes) {
+    delivered = bytes;
+    thread = std::this_thread::get_id();
+  });
+  EXPECT_EQ(delivered, -1) << "it returns at once";
+  for (int i = 0; i < 100 && delivered < 0; ++i) {
+    macos::NSRunLoop::mainRunLoop().runUntilDate(NSDate::dateWithTimeIntervalSinceNow(0.02));
+  }
+  EXPECT_EQ(delivered, 5);
+  EXPECT_EQ(thread, std::this_thread::get_id());
+}
+
+TEST(FileQueries, NamesOfEveryByteAreFound) {
+  TestHost host;
+  std::string longest(255, 'n');
+  for (const std::string& name : {std::string("line\nbreak"), std::string("caf\xE9"), std::string("a:b"),
+                                  std::string("\x01\x7F\\"), std::string("%41?#;"), longest}) {
+    const std::string path = "/d/" + name;
+    host.root().writeFile(path, "1234");
+    EXPECT_TRUE(pathExistsAndIsFile(path)) << name;
+    EXPECT_TRUE(pathExistsAndIsFile(url(path))) << name;
+    EXPECT_EQ(size(url(path)), 4) << name;
+    EXPECT_FALSE(pathIsHidden(url(path))) << name;
+  }
+  EXPECT_FALSE(pathExists("/d/" + longest + "n"));
+  EXPECT_FALSE(pathExists(std::string("/d\0/a:b", 7)));
+}
+
+TEST(FileQueries, AnEntryThatVanishesBetweenTwoCallsDoesNoHarm) {
+  TestHost host;
+  host.root().writeFile("/P.app/a", "12345");
+  host.root().writeFile("/P.app/b", "12345");
+  host.root().writeFile("/d/a", "");
+  for (long nth = 1; nth < 40; ++nth) {
+    const auto failing = host.interpose<FailingFileSystem>(nth, ENOENT);
+    EXPECT_LE(size(url("/P.app")), 10) << nth;
+    EXPECT_LE(size(url("/d")), 1) << nth;
+    (void)displayName("/P.app");
+    (void)pathExistsAndIsApplication(url("/P.app"));
+    host.removeInterposed();
+  }
+  EXPECT_EQ(size(url("/P.app")), 10);
+}
+
+TEST(FileQueries, AFolderWithoutPermissionHasNoSize) {
+  TestHost host;
+  host.root().writeFile("/closed/x", "");
+  ASSERT_TRUE(host.files().setMode("/closed", 0).ok());
+  const auto result = tests::runAsOrdinaryUser([] {
+    EXPECT_EQ(size(url("/closed")), 0);
+    EXPECT_FALSE(pathExists("/closed/x"));
+    EXPECT_TRUE(pathExistsAndIsFolder(url("/closed")));
+  });
+  EXPECT_TRUE(result.succeeded());
+}
+
+}  // namespace
+}  // namespace vennick
