@@ -38,14 +38,20 @@ std::string unescaped(std::string_view text) {
   return result;
 }
 
+bool parseNumber(std::string_view text, unsigned& number) {
+  const char* const end = text.data() + text.size();
+  const auto [stopped, error] = std::from_chars(text.data(), end, number);
+  return error == std::errc() && stopped == end;
+}
+
 bool parseDevice(std::string_view text, std::uint64_t& device) {
   const std::size_t colon = text.find(':');
-  if (colon == std::string_view::npos) return false;
   unsigned majorNumber = 0;
   unsigned minorNumber = 0;
-  const char* const end = text.data() + text.size();
-  if (std::from_chars(text.data(), text.data() + colon, majorNumber).ptr != text.data() + colon) return false;
-  if (std::from_chars(text.data() + colon + 1, end, minorNumber).ptr != end) return false;
+  if (colon == std::string_view::npos || !parseNumber(text.substr(0, colon), majorNumber) ||
+      !parseNumber(text.substr(colon + 1), minorNumber)) {
+    return false;
+  }
   device = makedev(majorNumber, minorNumber);
   return true;
 }

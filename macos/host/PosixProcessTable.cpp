@@ -27,11 +27,12 @@ std::string procPath(pid_t process, const char* name) {
 std::string readSome(const std::string& path, std::size_t most) {
   const Descriptor file(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
   if (!file.isOpen()) return "";
-  std::string text(most, '\0');
+  std::string text;
   std::size_t length = 0;
   while (length < most) {
+    if (length == text.size()) text.resize(std::min(most, length * 2 + 1024));
     const ssize_t got =
-        uninterrupted([&] { return ::read(file.get(), text.data() + length, most - length); });
+        uninterrupted([&] { return ::read(file.get(), text.data() + length, text.size() - length); });
     if (got <= 0) break;
     length += static_cast<std::size_t>(got);
   }

@@ -43,6 +43,8 @@ struct ProcessInfo {
   // script. "" when it cannot be told, as for another user's process.
   std::string executable;
   UnixNanoseconds started = 0;  // since boot; tells a reused number apart
+
+  bool operator==(const ProcessInfo&) const = default;
 };
 
 struct LaunchRequest {

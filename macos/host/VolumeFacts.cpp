@@ -43,16 +43,6 @@ std::optional<bool> readFlag(const std::string& path) {
   return digit == '1';
 }
 
-bool isRemovable(const Mount& mount) {
-  const std::optional<dev_t> disk = diskOf(mount);
-  if (!disk) return false;
-  const std::string folder =
-      "/sys/dev/block/" + std::to_string(major(*disk)) + ":" + std::to_string(minor(*disk));
-  // A partition does not say it, the disk that it is a part of does.
-  if (const std::optional<bool> ofDisk = readFlag(folder + "/removable")) return *ofDisk;
-  return readFlag(folder + "/../removable").value_or(false);
-}
-
 bool foldsCase(int folder) {
   int flags = 0;
   return ::ioctl(folder, FS_IOC_GETFLAGS, &flags) == 0 && (flags & FS_CASEFOLD_FL) != 0;
@@ -89,6 +79,8 @@ std::optional<bool> findsOtherCase(int folder) {
   return std::nullopt;
 }
 
+}  // namespace
+
 bool isCaseSensitive(const std::string& hostPath, const Mount* mount) {
   constexpr std::array<std::string_view, 8> kNever = {"vfat",  "msdos", "exfat",  "ntfs",
                                                       "ntfs3", "hfs",   "umsdos", "fuse.exfat"};
@@ -107,7 +99,13 @@ bool isCaseSensitive(const std::string& hostPath, const Mount* mount) {
   return finds ? !*finds : !isOneOf(mount->type, kUsuallyNot);
 }
 
-}  // namespace
+bool isRemovableDisk(const std::string& blockFolder, dev_t disk) {
+  const std::string folder =
+      blockFolder + "/" + std::to_string(major(disk)) + ":" + std::to_string(minor(disk));
+  // A partition does not say it, the disk that it is a part of does.
+  if (const std::optional<bool> own = readFlag(folder + "/removable")) return *own;
+  return readFlag(folder + "/../removable").value_or(false);
+}
 
 void addVolumeFacts(const std::string& hostPath, const Mount* mount, VolumeInfo& volume) {
   struct statvfs system {};
@@ -118,7 +116,8 @@ void addVolumeFacts(const std::string& hostPath, const Mount* mount, VolumeInfo&
   volume.isCaseSensitive = isCaseSensitive(hostPath, mount);
   if (mount == nullptr) return;
   volume.isLocal = !isNetworkFileSystem(mount->type);
-  volume.isEjectable = volume.isLocal && isRemovable(*mount);
+  const std::optional<dev_t> disk = diskOf(*mount);
+  volume.isEjectable = volume.isLocal && disk && isRemovableDisk("/sys/dev/block", *disk);
   volume.remountURL = remountURL(*mount);
 }
 

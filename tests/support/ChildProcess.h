@@ -40,7 +40,8 @@ struct SystemCalls {
   std::map<long, long> byNumber;
 };
 // What the function calls, counted in a child process; threads that it starts are not counted. nullopt
-// where the machine does not let a process be traced.
+// where the machine does not let a process be traced. In a sanitized build the first run of code may count
+// some calls of the sanitizer's: to be exact let the code run once before.
 std::optional<SystemCalls> countSystemCalls(const std::function<void()>& function);
 
 }  // namespace vennick::tests

@@ -19,6 +19,9 @@ class TemporaryMount {
   // nothing may be mounted: the test then says so with GTEST_SKIP.
   static std::unique_ptr<TemporaryMount> volume(const TemporaryRoot& root, std::string_view macPath,
                                                 std::uint64_t bytes);
+  // One on which names that differ in letter case only are the same. Null where the kernel has none.
+  static std::unique_ptr<TemporaryMount> caseFoldingVolume(const TemporaryRoot& root,
+                                                           std::string_view macPath);
   ~TemporaryMount();
   TemporaryMount(const TemporaryMount&) = delete;
   TemporaryMount& operator=(const TemporaryMount&) = delete;
