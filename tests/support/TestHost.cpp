@@ -5,6 +5,8 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 
 #include "macos/host/PosixClock.h"
 #include "macos/host/PosixCommandRunner.h"
@@ -31,9 +33,24 @@ std::map<std::string, std::string> environmentOf(const TestHostOptions& options,
   return environment;
 }
 
+// Whether the process may run something of the root: cheap to tell for the many that do not.
+bool mayBelongTo(const std::string& root, const std::filesystem::path& process) {
+  std::error_code ignored;
+  if (std::filesystem::read_symlink(process / "exe", ignored).string().rfind(root, 0) == 0) return true;
+  std::ifstream file(process / "cmdline", std::ios::binary);
+  const std::string line((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
+  return line.find(root) != std::string::npos;
+}
+
 void endProcessesOf(const TemporaryRoot& root) {
-  for (const macos::ProcessInfo& process : macos::PosixProcessTable(nullptr).processes()) {
-    if (process.executable.rfind(root.path() + "/", 0) == 0) ::kill(process.processID, SIGKILL);
+  const std::string inside = root.path() + "/";
+  macos::PosixProcessTable table(nullptr);
+  std::error_code ignored;
+  for (const auto& entry : std::filesystem::directory_iterator("/proc", ignored)) {
+    const pid_t number = std::atoi(entry.path().filename().c_str());
+    if (number <= 0 || !mayBelongTo(inside, entry.path())) continue;
+    const std::optional<macos::ProcessInfo> process = table.process(number);
+    if (process && process->executable.rfind(inside, 0) == 0) ::kill(number, SIGKILL);
   }
 }
 

@@ -25,22 +25,23 @@
 
 namespace vennick::tests {
 
+// Every member has an initializer, so that a test may name the ones it wants and no others.
 struct TestHostOptions {
   // An existing root, to go on with what another host of the test left behind; else a new one.
-  std::shared_ptr<TemporaryRoot> root;
+  std::shared_ptr<TemporaryRoot> root = {};
   std::string home = "/Users/anna";
   // Path outside the root; "" is the test program.
-  std::string executable;
+  std::string executable = {};
   // Beside PATH, HOME and MACOS_ROOT, which are those of the test, of this home and of this root.
-  std::map<std::string, std::string> environment;
+  std::map<std::string, std::string> environment = {};
   // Before those of PATH, for commands.
-  std::vector<std::string> toolFolders;
+  std::vector<std::string> toolFolders = {};
   // The machine's clock: waiting takes time.
   bool realClock = false;
   // Not the way that the machine would choose.
-  std::optional<macos::PathResolver::Way> way;
+  std::optional<macos::PathResolver::Way> way = {};
   // Called with all parts before the host is made of them, to exchange some.
-  std::function<void(macos::Host::Parts&)> adjust;
+  std::function<void(macos::Host::Parts&)> adjust = {};
 };
 
 class TestHost {
