@@ -15,7 +15,7 @@ namespace macos {
 
 namespace {
 
-constexpr std::size_t kLongestNotice = 16 * 1024;
+constexpr std::size_t kLongestNotice = std::size_t{16} * 1024;
 
 // One group for those who work on the same root folder.
 std::string groupOfRoot() {

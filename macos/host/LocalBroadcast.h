@@ -7,6 +7,7 @@
 #ifndef MACOS_HOST_LOCALBROADCAST_H
 #define MACOS_HOST_LOCALBROADCAST_H
 
+#include <cstddef>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -18,7 +19,7 @@ namespace macos {
 
 class LocalBroadcast {
  public:
-  static constexpr std::size_t kLongestMessage = 32 * 1024;
+  static constexpr std::size_t kLongestMessage = std::size_t{32} * 1024;
 
   // The group's name: at most 60 letters, digits and hyphens.
   static Result<std::unique_ptr<LocalBroadcast>> join(std::string_view group);
