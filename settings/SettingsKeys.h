@@ -1,0 +1,29 @@
+// SPDX-License-Identifier: MIT
+//
+// The user-defaults keys that the store itself reads or writes, and the names that it goes by. Constants
+// only.
+#ifndef SETTINGS_SETTINGSKEYS_H
+#define SETTINGS_SETTINGSKEYS_H
+
+#include <string_view>
+
+namespace vennick {
+
+// The main application: its bundle identifier, its user-defaults domain and its settings folder.
+inline constexpr std::string_view kMainApplicationIdentifier = "com.quorvale.Vennick5";
+// What the identifier of the edition sold through the Setapp subscription store ends in. Both editions
+// share one domain and one folder, named without it.
+inline constexpr std::string_view kSetappSuffix = "-setapp";
+
+namespace SettingsKeys {
+
+inline constexpr std::string_view KeyBindings = "keyBindings";
+inline constexpr std::string_view MenuConfiguration = "menuConfiguration";
+inline constexpr std::string_view AppsToExclude = "appsToExclude";
+inline constexpr std::string_view PreferencesToolbar = "NSToolbar Configuration CCNPreferencesMainToolbar";
+
+}  // namespace SettingsKeys
+
+}  // namespace vennick
+
+#endif  // SETTINGS_SETTINGSKEYS_H
