@@ -36,7 +36,7 @@ std::string storedName(FileSystem& files, const std::string& folder, const std::
 std::string pathOfReference(std::string_view path) {
   if (path.empty()) return "";
   FileSystem& files = Host::current().files();
-  const std::string spelled(macos::withoutTrailingSlashes(macos::pathAsOnDisk(path)));
+  std::string spelled(macos::withoutTrailingSlashes(macos::pathAsOnDisk(path)));
   if (!files.info(spelled, FollowLinks::No).ok()) return "";
   const auto folder = files.realPath(macos::pathByDeletingLastPathComponent(spelled));
   if (!folder.ok()) return "";
@@ -44,8 +44,9 @@ std::string pathOfReference(std::string_view path) {
   std::string stored = "/";
   const std::string real = macos::pathByAppendingComponent(*folder, macos::lastPathComponent(spelled));
   for (const std::string& component : macos::pathComponents(real)) {
-    if (component != "/")
+    if (component != "/") {
       stored = macos::pathByAppendingComponent(stored, storedName(files, stored, component));
+    }
   }
   return stored;
 }

@@ -73,8 +73,9 @@ NSURL iCloudDriveURL() {
 
 bool pathIsOniCloud(const NSURL& url) {
   const std::string path = url.path();
-  if (url.isFileURL() && !path.empty() && NSFileManager::defaultManager().isUbiquitousItemAtURL(url))
+  if (url.isFileURL() && !path.empty() && NSFileManager::defaultManager().isUbiquitousItemAtURL(url)) {
     return true;
+  }
   return path.starts_with(iCloudPathOfURLs());
 }
 

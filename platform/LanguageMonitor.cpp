@@ -77,9 +77,7 @@ std::string QVLanguageMonitor::determineActiveLanguage() const {
     const std::string code = firstTwoCharacters(language);
     if (isLocalized(language)) {
       answer = language;
-    } else if (isLocalized(code)) {
-      answer = code;
-    } else if (const auto name = macos::englishNameOfLanguage(code); name && isLocalized(*name)) {
+    } else if (isLocalized(code) || isLocalized(macos::englishNameOfLanguage(code).value_or(code))) {
       answer = code;
     } else {
       continue;

@@ -72,8 +72,9 @@ std::string pngWithBitmap(const Bitmap& bitmap) {
   png_alloc_size_t size = 0;
   if (png_image_write_to_memory(&image, nullptr, &size, 0, bitmap.pixels.data(), 0, nullptr) == 0) return "";
   std::string data(size, '\0');
-  if (png_image_write_to_memory(&image, data.data(), &size, 0, bitmap.pixels.data(), 0, nullptr) == 0)
+  if (png_image_write_to_memory(&image, data.data(), &size, 0, bitmap.pixels.data(), 0, nullptr) == 0) {
     return "";
+  }
   data.resize(size);
   return data;
 }
@@ -100,8 +101,9 @@ Bitmap scaled(const Bitmap& bitmap, std::uint32_t width, std::uint32_t height) {
         }
       }
       std::uint8_t* pixel = &result.pixels[(std::size_t{y} * width + x) * 4];
-      for (std::size_t i = 0; i < 3; ++i)
+      for (std::size_t i = 0; i < 3; ++i) {
         pixel[i] = static_cast<std::uint8_t>(sum[3] == 0 ? 0 : sum[i] / sum[3]);
+      }
       pixel[3] = static_cast<std::uint8_t>(sum[3] / count);
     }
   }
