@@ -35,10 +35,10 @@ inline constexpr OSErr errFSNoMoreItems = -1417;
 // A name of at most 255 UTF-16 units. A '/' in it is a ':' on the disk.
 using HFSUniStr255 = std::u16string;
 
-// The bytes hold the identity of the item and of its folder and, for a reference that comes from another
-// process, hashes of the names that lead to it; they carry a signature, and any other 80 bytes are an
-// invalid reference. An item is found again under a new name in its folder, and after its folder got a
-// new name in the folder above; a hand-made reference can lead nowhere outside the root.
+// The bytes hold the identity of the item and of its folder and hashes of the names that lead to it; they
+// carry a signature and a check sum, and any other 80 bytes are an invalid reference. An item is found again
+// under a new name in its folder, and after its folder got a new name in the folder above; at most 64
+// folders are read for that. A hand-made reference leads nowhere outside the root.
 struct FSRef {
   static constexpr std::size_t kSize = 80;
 
@@ -106,7 +106,6 @@ struct GetVolParmsInfoBuffer {
   static constexpr std::size_t kSize = 44;
 
   std::int16_t vMVersion = 0;
-  std::uint32_t vMAttrib = 0;
   std::uint32_t vMServerAdr = 0;  // not zero exactly for a volume on a server
 };
 OSErr FSGetVolumeParms(FSVolumeRefNum volume, GetVolParmsInfoBuffer* buffer);

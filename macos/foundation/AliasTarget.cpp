@@ -94,9 +94,6 @@ class Search {
   std::optional<std::string> folderByIdentifiers();
   std::optional<AliasTarget> itemByName(std::string_view folder, std::string_view name);
   std::optional<AliasTarget> itemByIdentifier(std::string_view folder, std::uint64_t device);
-  bool isTargetIdentifierKnown() const {
-    return record_.targetID != AliasRecord::kNoIdentifier && record_.targetID != 0;
-  }
 
   const AliasRecord& record_;
   bool identifierFirst_;
@@ -156,7 +153,7 @@ AliasSearchResult Search::findInFolder(std::string_view recordedFolder, std::str
   std::optional<AliasTarget> found = itemByName(folder, name);
 
   const bool canHaveAnotherName =
-      isTargetIdentifierKnown() && catalogIdentifier(*folderInfo, folder == volume_) == record_.parentID;
+      hasAliasIdentifier(record_) && catalogIdentifier(*folderInfo, folder == volume_) == record_.parentID;
   const bool isTheRecordedItem = found && catalogIdentifier(found->item, false) == record_.targetID;
   if (canHaveAnotherName && !isTheRecordedItem && (identifierFirst_ || !found)) {
     auto other = itemByIdentifier(folder, folderInfo->device);
@@ -205,7 +202,7 @@ std::optional<AliasTarget> Search::itemByIdentifier(std::string_view folder, std
     std::string path = pathByAppendingComponent(folder, entry.name);
     const auto item = files_.info(path, FollowLinks::No);
     if (item && item->inode == entry.inode && item->device == device &&
-        hasAliasCreationDate(record_, item->created))
+        hasAliasCreationDate(record_, item->created).value_or(false))
       return AliasTarget{.path = std::move(path), .item = *item};
   }
   return std::nullopt;
@@ -250,11 +247,15 @@ std::string aliasPath(const AliasRecord& record) {
   return path->empty() ? volume : pathByAppendingComponent(volume, *path);
 }
 
-bool hasAliasCreationDate(const AliasRecord& record, UnixNanoseconds created) {
+std::optional<bool> hasAliasCreationDate(const AliasRecord& record, UnixNanoseconds created) {
   const auto recorded = recordedCreation(record);
-  if (!recorded) return false;
+  if (!recorded) return std::nullopt;
   const std::int64_t difference = floorDivide(created, kNanoseconds) - *recorded;
   return difference % kSecondsPerHour == 0 && std::abs(difference) <= kSecondsPerDay;
+}
+
+bool hasAliasIdentifier(const AliasRecord& record) {
+  return record.targetID != AliasRecord::kNoIdentifier && record.targetID != 0;
 }
 
 AliasSearchResult findAliasTarget(const AliasRecord& record, bool identifierFirst, AliasTarget* target) {

@@ -36,8 +36,10 @@ std::u16string aliasVolumeName(const AliasRecord& record);
 // The target's absolute path when the record was made; "" when it records none.
 std::string aliasPath(const AliasRecord& record);
 // Whether the recorded creation date is this one, give or take whole hours up to a day: records of version
-// 2 have local times, and clocks were set to the wrong zone.
-bool hasAliasCreationDate(const AliasRecord& record, UnixNanoseconds created);
+// 2 have local times, and clocks were set to the wrong zone. nullopt when no date is recorded.
+std::optional<bool> hasAliasCreationDate(const AliasRecord& record, UnixNanoseconds created);
+// Whether the record holds the target's identifier.
+bool hasAliasIdentifier(const AliasRecord& record);
 
 enum class AliasSearchResult {
   Found,
