@@ -27,8 +27,10 @@ constexpr OSType fourCharCode(const char (&text)[5]) {
 // The four bytes of a code, in Mac Roman.
 inline std::string bytesOfFourCharCode(OSType code) {
   std::string bytes(4, '\0');
-  for (int i = 3; i >= 0; --i, code >>= 8)
+  for (int i = 3; i >= 0; --i) {
     bytes[static_cast<std::size_t>(i)] = static_cast<char>(code & 0xFF);
+    code >>= 8;
+  }
   return bytes;
 }
 

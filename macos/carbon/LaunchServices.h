@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: MIT
 //
-// Launch Services: finding installed applications. Applications are looked for in /Applications and
-// /Applications/Utilities, the direct subfolders of both, ~/Applications, /System/Applications and
-// /System/Library/CoreServices. The folders are read once per host, and Info.plist files only when a
-// question needs them, so that many questions cost one scan. Any thread.
+// Launch Services: finding installed applications (InstalledApplications.h says where). The folders are
+// read once per host, and Info.plist files only when a question needs them, so that many questions cost
+// one scan. Any thread.
 #ifndef MACOS_CARBON_LAUNCHSERVICES_H
 #define MACOS_CARBON_LAUNCHSERVICES_H
 

@@ -244,8 +244,8 @@ struct MainBundle {
     const std::string folder = bundleFolderOfExecutable(executable).value_or(parentFolder(executable));
     bundle = bundleAtHostPath(folder);
     // A program whose folder was removed under it still has a main bundle, with nothing in it.
-    if (!bundle)
-      bundle = std::make_shared<NSBundle>(std::make_unique<NSBundle::Implementation>(folder, true));
+    if (bundle) return;
+    bundle = std::make_shared<NSBundle>(std::make_unique<NSBundle::Implementation>(folder, true));
   }
   std::shared_ptr<NSBundle> bundle;
 };

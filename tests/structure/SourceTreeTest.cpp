@@ -78,8 +78,8 @@ const std::set<std::string>& carbonFormats() {
 
 std::string roomOf(const std::string& path) {
   const fs::path file(path);
-  if (file.parent_path() == "macos/carbon" && carbonFormats().count(file.stem()))
-    return "macos/carbon formats";
+  const bool isInCarbon = file.parent_path() == "macos/carbon";
+  if (isInCarbon && carbonFormats().count(file.stem())) return "macos/carbon formats";
   std::string room;
   for (const auto& part : file.parent_path()) {
     room += (room.empty() ? "" : "/") + part.string();

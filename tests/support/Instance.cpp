@@ -12,8 +12,6 @@
 #include <thread>
 #include <vector>
 
-extern char** environ;
-
 namespace vennick::tests {
 
 namespace {
