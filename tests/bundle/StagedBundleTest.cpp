@@ -62,6 +62,10 @@ TEST(StagedBundle, HoldsTheMainApplication) {
   expectApplication(kContents, "com.quorvale.Vennick5", "Vennick5");
 }
 
+TEST(StagedBundle, HoldsTheMigratorTwoLevelsBelowItsTop) {
+  expectApplication(kMigrator, "com.quorvale.VennickMigrator", "VennickMigrator");
+}
+
 TEST(StagedBundle, BothApplicationsCarryTheSameStringTables) {
   const Files tables = filesIn(kResources, isStringTable);
   EXPECT_GE(tables.size(), 19U);
