@@ -109,8 +109,7 @@ BookmarkData bookmarkOfItem(const ItemOnDisk& item, unsigned options) {
   const VolumeInfo volume = Host::current().volumes().volumeForPath(item.path, FollowLinks::No);
   BookmarkData bookmark;
   Array components = componentsOf(item.path);
-  if (components.size() > 1)
-    bookmark.set(BookmarkKey::ContainingFolderIndex, Value(components.size() - 2));
+  if (components.size() > 1) bookmark.set(BookmarkKey::ContainingFolderIndex, Value(components.size() - 2));
   bookmark.set(BookmarkKey::PathComponents, Value(std::move(components)));
   bookmark.set(BookmarkKey::FileIDs, Value(fileIdentifiersOf(item)));
   bookmark.set(BookmarkKey::CreationDate, Value(dateOf(item.info.created)));

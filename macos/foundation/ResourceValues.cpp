@@ -38,7 +38,9 @@ NSDate ResourceValues::contentModificationDate() const {
   return {static_cast<double>(item_.modified) / 1e9 - kReferenceDateSince1970};
 }
 
-VolumeInfo ResourceValues::volume() const { return Host::current().volumes().volumeForPath(path_, FollowLinks::No); }
+VolumeInfo ResourceValues::volume() const {
+  return Host::current().volumes().volumeForPath(path_, FollowLinks::No);
+}
 
 bool isHiddenItem(std::string_view path) {
   return lastPathComponent(path).starts_with('.') || finderInfoAtPath(path).isInvisible();

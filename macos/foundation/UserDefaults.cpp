@@ -95,8 +95,7 @@ class NSUserDefaults::Implementation : public PreferenceDomainObserver {
 namespace {
 
 struct StandardUserDefaults {
-  const std::shared_ptr<NSUserDefaults> object =
-      NSUserDefaults::Implementation::make(mainDomainName());
+  const std::shared_ptr<NSUserDefaults> object = NSUserDefaults::Implementation::make(mainDomainName());
 };
 
 }  // namespace
