@@ -226,6 +226,33 @@ TEST(FileQueries, SizeIsDeliveredOnTheMainThreadByTheRunLoop) {
   EXPECT_EQ(thread, std::this_thread::get_id());
 }
 
+TEST(FileQueries, AnAliasFileLeadsToWhatItWasMadeFor) {
+  TestHost host;
+  host.root().writeFile("/Users/anna/target", "");
+  ASSERT_FALSE(createAliasFileAtURL(url("/Users/anna/target"), url("/Users/anna/alias")).has_value());
+  EXPECT_TRUE(pathIsAlias(url("/Users/anna/alias")));
+  EXPECT_EQ(URLByResolvingAliasFile(url("/Users/anna/alias")), url("/Users/anna/target"));
+  host.root().remove("/Users/anna/target");
+  EXPECT_EQ(URLByResolvingAliasFile(url("/Users/anna/alias")), url("/Users/anna/alias"))
+      << "one that leads nowhere is itself";
+}
+
+TEST(FileQueries, WhatIsNoAliasFileResolvesToItself) {
+  TestHost host;
+  host.root().writeFile("/plain", "");
+  EXPECT_EQ(URLByResolvingAliasFile(url("/plain")), url("/plain"));
+  EXPECT_EQ(URLByResolvingAliasFile(url("/none")), url("/none"));
+  EXPECT_EQ(URLByResolvingAliasFile(web("/plain")), web("/plain"));
+}
+
+TEST(FileQueries, AnAliasFileOfAMissingItemIsAnError) {
+  TestHost host;
+  const auto error = createAliasFileAtURL(url("/none"), url("/alias"));
+  ASSERT_TRUE(error.has_value());
+  EXPECT_EQ(error->code, macos::NSFileReadNoSuchFileError);
+  EXPECT_FALSE(host.root().exists("/alias"));
+}
+
 TEST(FileQueries, NamesOfEveryByteAreFound) {
   TestHost host;
   std::string longest(255, 'n');

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include "macos/carbon/ResourceFork.h"
 #include "macos/foundation/FileMetadata.h"
 #include "tests/support/BundleSketch.h"
 #include "tests/support/TestHost.h"
@@ -99,6 +100,25 @@ TEST(Icons, ABundleBringsItsOwn) {
   EXPECT_EQ(greyOf(icon(url("/B.app"))), 62);
   EXPECT_EQ(greyOf(icon(url("/C.app"))), 30);
   EXPECT_EQ(greyOf(thumbnail(url("/A.app"))), 61);
+}
+
+TEST(Icons, APictureThatTheUserGaveAnItemComesFirst) {
+  const Machine machine;
+  macos::ResourceFork fork;
+  fork.set({.type = macos::fourCharCode("icns"), .identifier = -16455, .data = plainPNG(71)});
+  const auto bytes = fork.encode();
+  ASSERT_TRUE(bytes.ok());
+  macos::FinderInfo info;
+  info.setFlags(macos::kHasCustomIcon);
+  machine.root->writeFile("/file.txt", "");
+  machine.root->writeFile("/folder/Icon\r", "");
+  ASSERT_TRUE(macos::setResourceFork("/file.txt", *bytes).ok());
+  ASSERT_TRUE(macos::setResourceFork("/folder/Icon\r", *bytes).ok());
+  EXPECT_EQ(greyOf(icon(url("/file.txt"))), 20) << "without the Finder's flag the fork does not count";
+  ASSERT_TRUE(macos::setFinderInfo("/file.txt", info).ok());
+  ASSERT_TRUE(macos::setFinderInfo("/folder", info).ok());
+  EXPECT_EQ(greyOf(icon(url("/file.txt"))), 71);
+  EXPECT_EQ(greyOf(icon(url("/folder"))), 71);
 }
 
 TEST(Icons, ICloudHasItsOwnPicture) {
