@@ -52,7 +52,9 @@ struct FSAliasInfo {
   bool isDirectory = false;
 };
 
-// Makes a full record of the item. The relative reference may be null. fnfErr when the item is not there.
+// Makes a full record of the item: version 2, or 3 when the volume's or the item's name cannot be written in
+// the Mac encoding or is too long for it. No record holds a path from one item to another: the relative
+// reference of this and the following calls may be null and is not used. fnfErr when the item is not there.
 OSErr FSNewAlias(const FSRef* fromFile, const FSRef& target, AliasHandle* alias);
 // Makes the record anew from the target; wasChanged tells whether its bytes differ from before.
 OSErr FSUpdateAlias(const FSRef* fromFile, const FSRef& target, AliasHandle& alias, bool* wasChanged);
@@ -74,9 +76,11 @@ OSErr FSIsAliasFile(const FSRef& ref, bool* aliasFileFlag, bool* folderFlag);
 
 // Replaces a reference to an alias file by its target's; any other reference stays as it is and
 // wasAliased is false. With resolveAliasChains alias files that lead to alias files are followed, at most
-// 32 of them. The reference is unspecified after a failure: fnfErr when the target is gone, resNotFound
-// when the file holds no alias, and the codes of FSResolveAliasWithMountFlags.
+// 32 of them; sameFileErr for more, and for one that leads to itself. The reference is unspecified after a
+// failure: fnfErr when the target is gone, resNotFound when the file holds no alias, and the codes of
+// FSResolveAliasWithMountFlags. The flags say nothing here: nothing is mounted or shown.
 inline constexpr OSErr resNotFound = -192;
+inline constexpr OSErr sameFileErr = -1306;
 OSErr FSResolveAliasFileWithMountFlags(FSRef* ref, bool resolveAliasChains, bool* targetIsFolder,
                                        bool* wasAliased, unsigned mountFlags);
 

@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: MIT
 //
 // What Launch Services tells of an item: its kind as a user sees it (plain file, package, application,
-// alias …), type, creator and extension, and its shown name. A link at the end is not followed. Any
-// thread.
+// alias …), type, creator and extension, and its shown name. A link at the end is not followed, and has
+// both the alias and the link flag; a package is a container too. Type and creator are those of a file's
+// Finder information. Any thread.
 #ifndef MACOS_CARBON_ITEMINFO_H
 #define MACOS_CARBON_ITEMINFO_H
 
