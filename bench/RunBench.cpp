@@ -1,0 +1,117 @@
+// SPDX-License-Identifier: MIT
+//
+// Whole runs of the migrator that find nothing to do: what its start and its end cost. The time shown is
+// the process's own processor time, user and system; peak memory stands beside it. The aim is at most 10 ms.
+//
+//   NothingToDo    a home without version 4 preferences; the main application ends at once
+//   SampleHome     the sample home's settings, for comparison
+//   StartAlone     /bin/true, the floor: starting any program at all
+#include <benchmark/benchmark.h>
+#include <fcntl.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace {
+
+namespace fs = std::filesystem;
+
+struct Cost {
+  double processorSeconds = 0;
+  long peakKilobytes = 0;
+};
+
+double seconds(const timeval& time) {
+  return static_cast<double>(time.tv_sec) + 1e-6 * static_cast<double>(time.tv_usec);
+}
+
+// Runs a program with the environment and nothing on its standard streams.
+Cost costOf(const fs::path& program, std::vector<std::string> environment) {
+  const pid_t process = fork();
+  if (process == 0) {
+    const int nothing = open("/dev/null", O_RDWR | O_CLOEXEC);
+    for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) dup2(nothing, stream);
+    std::vector<char*> variables;
+    for (std::string& variable : environment) variables.push_back(variable.data());
+    variables.push_back(nullptr);
+    std::string name = program.string();
+    char* const arguments[] = {name.data(), nullptr};
+    execve(program.c_str(), arguments, variables.data());
+    _exit(127);
+  }
+  int status = 0;
+  rusage usage{};
+  wait4(process, &status, 0, &usage);
+  if (status != 0) std::abort();
+  return {seconds(usage.ru_utime) + seconds(usage.ru_stime), usage.ru_maxrss};
+}
+
+// A Mac in a temporary folder: the bundle with a main application that ends at once, and a home.
+class Mac {
+ public:
+  Mac() {
+    std::string pattern = (fs::temp_directory_path() / "vennick-bench-XXXXXX").string();
+    root_ = mkdtemp(pattern.data());
+    fs::copy(fs::path(VENNICK_BUILD) / "Vennick 5.app", bundle(), fs::copy_options::recursive);
+    fs::copy_file("/bin/true", bundle() / "Contents/MacOS/Vennick5", fs::copy_options::overwrite_existing);
+    fs::create_directories(preferences());
+  }
+  ~Mac() { fs::remove_all(root_); }
+  Mac(const Mac&) = delete;
+  Mac& operator=(const Mac&) = delete;
+
+  void copySamplePreferences() const {
+    fs::copy(fs::path(VENNICK_SOURCE) / "samples/home/Library/Preferences", preferences(),
+             fs::copy_options::overwrite_existing);
+  }
+
+  Cost run() const {
+    return costOf(bundle() / "Contents/Helpers/VennickMigrator.app/Contents/MacOS/VennickMigrator",
+                  {"MACOS_ROOT=" + root_.string(), "HOME=/Users/anna", "PATH=/usr/bin:/bin"});
+  }
+
+ private:
+  fs::path bundle() const { return root_ / "Vennick 5.app"; }
+  fs::path preferences() const { return root_ / "Users/anna/Library/Preferences"; }
+
+  fs::path root_;
+};
+
+template <typename Run>
+void measure(benchmark::State& state, Run run) {
+  long peak = 0;
+  for (auto _ : state) {
+    const Cost cost = run();
+    state.SetIterationTime(cost.processorSeconds);
+    peak = std::max(peak, cost.peakKilobytes);
+  }
+  state.counters["peak_KiB"] = static_cast<double>(peak);
+}
+
+void NothingToDo(benchmark::State& state) {
+  const Mac mac;
+  measure(state, [&mac] { return mac.run(); });
+}
+
+void SampleHome(benchmark::State& state) {
+  const Mac mac;
+  mac.copySamplePreferences();
+  measure(state, [&mac] { return mac.run(); });
+}
+
+void StartAlone(benchmark::State& state) {
+  measure(state, [] { return costOf("/bin/true", {}); });
+}
+
+BENCHMARK(StartAlone)->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(100);
+BENCHMARK(NothingToDo)->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(100);
+BENCHMARK(SampleHome)->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(100);
+
+}  // namespace
+
+BENCHMARK_MAIN();
