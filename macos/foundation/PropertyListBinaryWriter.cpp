@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: MIT
 //
 // The writer of "bplist00" files, in two passes: the first numbers the objects, an object before what it
-// holds, the second writes them in that order. Equal leaves of one kind are written once.
+// holds, the second writes them in that order. Equal texts and
+// data are written once, and so are equal numbers of one kind that are not too far apart.
 #include <algorithm>
 #include <array>
 #include <bit>
+#include <cstring>
 #include <functional>
 #include <unordered_map>
 #include <vector>
@@ -37,10 +39,10 @@ std::optional<std::uint64_t> uidOf(const Dictionary& dictionary) {
 
 std::uint64_t bitsOf(double number) { return std::bit_cast<std::uint64_t>(number); }
 
-// Leaves that were numbered, found by their content.
-class LeafTable {
+// Texts and data that were numbered, found by their content.
+class TextTable {
  public:
-  LeafTable() : slots_(1024) {}
+  TextTable() : slots_(1024) {}
 
   // The object that equals the leaf. When there is none yet the given number becomes it and is returned.
   ObjectIndex findOrAdd(const Value& leaf, ObjectIndex next, const std::vector<const Value*>& objects);
@@ -52,41 +54,69 @@ class LeafTable {
   };
 
   static std::uint64_t hash(const Value& leaf);
-  // Same bits: 0.0 and -0.0 are equal numbers that are not written alike.
-  static bool isSame(const Value& a, const Value& b);
   void grow();
 
   std::vector<Slot> slots_;
   std::size_t used_ = 0;
 };
 
-std::uint64_t LeafTable::hash(const Value& leaf) {
-  const auto kind = static_cast<std::uint64_t>(leaf.kind()) << 56;
-  switch (leaf.kind()) {
-    case Value::Kind::String:
-      return std::hash<std::string_view>()(*leaf.ifString()) ^ kind;
-    case Value::Kind::Data:
-      return std::hash<std::string_view>()(*leaf.ifData()) ^ kind;
-    case Value::Kind::Integer:
-      return (leaf.ifInteger()->bits() ^ kind) * 0x9E3779B97F4A7C15U;
-    case Value::Kind::Real:
-      return (bitsOf(*leaf.ifReal()) ^ kind) * 0x9E3779B97F4A7C15U;
-    case Value::Kind::Date:
-      return (bitsOf(leaf.ifDate()->secondsSinceReferenceDate) ^ kind) * 0x9E3779B97F4A7C15U;
-    case Value::Kind::Boolean:
-      return (kind | static_cast<std::uint64_t>(*leaf.ifBoolean())) * 0x9E3779B97F4A7C15U;
-    default:
-      return kind;
+// Long content is judged by its length, its beginning, its middle and its end: that tells apart what is
+// different, but for content made to look alike, and leaves most of it where it is.
+std::uint64_t TextTable::hash(const Value& leaf) {
+  constexpr std::size_t kWhole = 96;
+  constexpr std::size_t kPiece = 32;
+  const auto text = leaf.ifString();
+  const std::string_view bytes = text ? *text : *leaf.ifData();
+  const std::hash<std::string_view> hashOf;
+  const std::uint64_t kind = text ? 0 : ~std::uint64_t{0};
+  if (bytes.size() <= kWhole) return hashOf(bytes) ^ kind;
+  std::array<char, 3 * kPiece> pieces;
+  std::memcpy(pieces.data(), bytes.data(), kPiece);
+  std::memcpy(pieces.data() + kPiece, bytes.data() + bytes.size() / 2, kPiece);
+  std::memcpy(pieces.data() + 2 * kPiece, bytes.data() + bytes.size() - kPiece, kPiece);
+  return (hashOf({pieces.data(), pieces.size()}) + bytes.size()) ^ kind;
+}
+
+// Booleans, numbers and dates that were numbered lately. Each has one place, which it loses to the next
+// that has the same: so what repeats is found, and the cost does not grow with how many there are.
+class NumberTable {
+ public:
+  NumberTable() : slots_(kSlots) {}
+
+  ObjectIndex findOrAdd(const Value& leaf, ObjectIndex next);
+
+ private:
+  static constexpr unsigned kSlotBits = 12;
+  static constexpr std::size_t kSlots = std::size_t{1} << kSlotBits;
+  struct Slot {
+    std::uint64_t bits = 0;
+    ObjectIndex object = kNoObject;
+    std::uint32_t kind = 0;  // a negative integer is of another kind than one that is not
+  };
+
+  std::vector<Slot> slots_;
+};
+
+ObjectIndex NumberTable::findOrAdd(const Value& leaf, ObjectIndex next) {
+  Slot wanted;
+  wanted.object = next;
+  wanted.kind = 2 * static_cast<std::uint32_t>(leaf.kind());
+  if (const auto integer = leaf.ifInteger()) {
+    wanted.bits = integer->bits();
+    wanted.kind += integer->isNegative() ? 1 : 0;
+  } else if (const auto real = leaf.ifReal()) {
+    wanted.bits = bitsOf(*real);
+  } else if (const auto date = leaf.ifDate()) {
+    wanted.bits = bitsOf(date->secondsSinceReferenceDate);
+  } else {
+    wanted.bits = *leaf.ifBoolean() ? 1 : 0;
   }
+  Slot& slot = slots_[(wanted.bits + wanted.kind) * 0x9E3779B97F4A7C15U >> (64 - kSlotBits)];
+  if (slot.object == kNoObject || slot.bits != wanted.bits || slot.kind != wanted.kind) slot = wanted;
+  return slot.object;
 }
 
-bool LeafTable::isSame(const Value& a, const Value& b) {
-  if (a.kind() != b.kind()) return false;
-  if (a.kind() == Value::Kind::Real) return bitsOf(*a.ifReal()) == bitsOf(*b.ifReal());
-  return a == b;
-}
-
-ObjectIndex LeafTable::findOrAdd(const Value& leaf, ObjectIndex next,
+ObjectIndex TextTable::findOrAdd(const Value& leaf, ObjectIndex next,
                                  const std::vector<const Value*>& objects) {
   // Content made to collide costs a second copy of an object, not time.
   constexpr std::size_t kMaximumProbes = 32;
@@ -101,13 +131,13 @@ ObjectIndex LeafTable::findOrAdd(const Value& leaf, ObjectIndex next,
       ++used_;
       return next;
     }
-    if (slot.hash == hash32 && isSame(*objects[slot.object], leaf)) return slot.object;
+    if (slot.hash == hash32 && *objects[slot.object] == leaf) return slot.object;
     at = (at + 1) & (slots_.size() - 1);
   }
   return next;
 }
 
-void LeafTable::grow() {
+void TextTable::grow() {
   std::vector<Slot> old(2 * slots_.size());
   old.swap(slots_);
   for (const Slot& slot : old) {
@@ -153,7 +183,8 @@ class BinaryWriter {
   std::vector<ObjectIndex> references_;
   // Where in references_ a list of keys that dictionaries share was numbered first.
   std::unordered_map<const void*, std::size_t> numberedKeys_;
-  LeafTable leaves_;
+  TextTable texts_;
+  NumberTable numbers_;
   std::size_t contentSize_ = 0;  // of all objects without their references
   std::size_t referenceWidth_ = 1;
   std::string bytes_;
@@ -163,7 +194,7 @@ class BinaryWriter {
 Result<std::string> BinaryWriter::write(const Value& value) {
   ObjectIndex top = 0;
   if (!number(value, 0, top)) return Status(ErrorCode::InvalidArgument, "binary property list", cause_);
-  leaves_ = LeafTable();
+  texts_ = TextTable();
   numberedKeys_ = {};
   constexpr std::string_view kHeader = "bplist00";
   referenceWidth_ = widthOf(objects_.size());
@@ -222,7 +253,8 @@ bool BinaryWriter::numberLeaf(const Value& value, ObjectIndex& index) {
     if (!(seconds >= kEarliestDate && seconds < kLatestDate)) return fail("a date out of range");
   }
   const auto next = static_cast<ObjectIndex>(objects_.size());
-  index = leaves_.findOrAdd(value, next, objects_);
+  const bool isText = value.kind() == Value::Kind::String || value.kind() == Value::Kind::Data;
+  index = isText ? texts_.findOrAdd(value, next, objects_) : numbers_.findOrAdd(value, next);
   return index != next || addObject(value, leafSize(value), index);
 }
 

@@ -26,16 +26,41 @@ constexpr std::array<std::string_view, 11> kElementNames = {
 
 std::string_view nameOf(Element element) { return kElementNames[static_cast<std::size_t>(element)]; }
 
+// The one element that can have the name, judged by its first letter.
+Element candidateFor(std::string_view name) {
+  switch (name.front()) {
+    case 's':
+      return Element::String;
+    case 'k':
+      return Element::Key;
+    case 'd':
+      if (name == nameOf(Element::Dict)) return Element::Dict;
+      return name == nameOf(Element::Data) ? Element::Data : Element::Date;
+    case 'a':
+      return Element::Array;
+    case 'i':
+      return Element::Integer;
+    case 't':
+      return Element::True;
+    case 'f':
+      return Element::False;
+    case 'r':
+      return Element::Real;
+    default:
+      return Element::PList;
+  }
+}
+
 Element elementWithName(std::string_view name) {
-  const auto found = std::find(kElementNames.begin(), kElementNames.end(), name);
-  return found == kElementNames.end() ? Element::Unknown
-                                      : static_cast<Element>(found - kElementNames.begin());
+  if (name.empty()) return Element::Unknown;
+  const Element candidate = candidateFor(name);
+  return nameOf(candidate) == name ? candidate : Element::Unknown;
 }
 
 bool isSpace(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; }
 bool isDigit(char c) { return c >= '0' && c <= '9'; }
 
-// The six bits of a base64 character, 0 for the padding; negative for what is none.
+// The six bits of a base64 character; negative for what is none.
 constexpr std::array<std::int8_t, 256> kBase64Bits = [] {
   std::array<std::int8_t, 256> bits{};
   bits.fill(-1);
@@ -43,8 +68,19 @@ constexpr std::array<std::int8_t, 256> kBase64Bits = [] {
   for (std::size_t i = 0; i < alphabet.size(); ++i) {
     bits[static_cast<unsigned char>(alphabet[i])] = static_cast<std::int8_t>(i);
   }
-  bits['='] = 0;
   return bits;
+}();
+
+// The same where they stand in a group of four characters; more than 24 bits for what is none.
+constexpr std::array<std::array<std::uint32_t, 256>, 4> kBase64Groups = [] {
+  std::array<std::array<std::uint32_t, 256>, 4> groups{};
+  for (std::size_t c = 0; c < kBase64Bits.size(); ++c) {
+    for (std::size_t place = 0; place < groups.size(); ++place) {
+      const auto bits = static_cast<std::uint32_t>(kBase64Bits[c]);
+      groups[place][c] = kBase64Bits[c] < 0 ? 0xFF000000 : bits << (18 - 6 * place);
+    }
+  }
+  return groups;
 }();
 
 struct Tag {
@@ -86,6 +122,7 @@ class XMLReader {
   bool readDate(Value& value);
   bool readDigits(std::size_t count, int& number);
   bool readData(Value& value);
+  void decodeWholeGroups(const char* end, char*& out, unsigned& padding);
 
   bool startsWith(std::string_view text) const {
     return static_cast<std::size_t>(end_ - at_) >= text.size() &&
@@ -118,6 +155,7 @@ class XMLReader {
   KeyShapes shapes_{Duplicates::LastStays};
   std::vector<Value> stack_;      // elements and values of the containers under way
   std::vector<Value> looseKeys_;  // keys of those dictionaries under way that have no shape
+  std::vector<char> bytes_;       // of the data under way; never shrinks
   std::string text_;              // of the element under way, when it is not a piece of the input
 };
 
@@ -542,31 +580,57 @@ bool XMLReader::readDate(Value& value) {
 
 // Characters outside the alphabet are passed over, and so is a last group of less than four.
 bool XMLReader::readData(Value& value) {
-  text_.clear();
+  const auto* end = static_cast<const char*>(std::memchr(at_, '<', static_cast<std::size_t>(end_ - at_)));
+  if (end == nullptr) return fail("the end within data");
+  const std::size_t most = static_cast<std::size_t>(end - at_) / 4 * 3;
+  if (bytes_.size() < most) bytes_.resize(most);
+  char* out = bytes_.data();
   std::uint32_t group = 0;
   unsigned inGroup = 0;
   unsigned padding = 0;
-  for (; at_ != end_ && *at_ != '<'; ++at_) {
+  while (at_ != end) {
+    if (inGroup == 0) decodeWholeGroups(end, out, padding);
+    if (at_ == end) break;
     const auto c = static_cast<unsigned char>(*at_);
     if (c >= 0x80) return fail("data that is not base64");
+    ++at_;
     if (c == '=') {
       ++padding;
-    } else if (!isSpace(*at_)) {
+    } else if (!isSpace(static_cast<char>(c))) {
       padding = 0;
     }
-    const int bits = kBase64Bits[c];
+    const int bits = c == '=' ? 0 : kBase64Bits[c];
     if (bits < 0) continue;
     group = group << 6 | static_cast<std::uint32_t>(bits);
     if (++inGroup < 4) continue;
-    text_ += static_cast<char>(group >> 16 & 0xFF);
-    if (padding < 2) text_ += static_cast<char>(group >> 8 & 0xFF);
-    if (padding < 1) text_ += static_cast<char>(group & 0xFF);
     inGroup = 0;
+    *out++ = static_cast<char>(group >> 16 & 0xFF);
+    if (padding < 2) *out++ = static_cast<char>(group >> 8 & 0xFF);
+    if (padding < 1) *out++ = static_cast<char>(group & 0xFF);
   }
-  if (!take('<')) return fail("the end within data");
+  ++at_;
   if (!readEndTag(Element::Data)) return false;
-  value = Value::fromData(text_);
+  value = Value::fromData({bytes_.data(), static_cast<std::size_t>(out - bytes_.data())});
   return true;
+}
+
+// As many groups as there are without anything between their characters and without padding.
+void XMLReader::decodeWholeGroups(const char* end, char*& out, unsigned& padding) {
+  // Local copies: bytes that are written could otherwise be the pointers themselves.
+  const char* at = at_;
+  char* to = out;
+  for (; end - at >= 4; at += 4) {
+    const auto bits = [at](std::size_t i) { return kBase64Groups[i][static_cast<unsigned char>(at[i])]; };
+    const std::uint32_t group = bits(0) | bits(1) | bits(2) | bits(3);
+    if (group > 0xFFFFFF) break;
+    to[0] = static_cast<char>(group >> 16);
+    to[1] = static_cast<char>(group >> 8);
+    to[2] = static_cast<char>(group);
+    to += 3;
+  }
+  if (at != at_) padding = 0;
+  at_ = at;
+  out = to;
 }
 
 }  // namespace

@@ -6,6 +6,7 @@
 #include <charconv>
 #include <cmath>
 #include <cstdint>
+#include <cstring>
 
 #include "macos/foundation/PropertyListCodecs.h"
 
@@ -21,6 +22,14 @@ constexpr std::string_view kHead =
 constexpr std::string_view kFoot = "</plist>\n";
 constexpr std::string_view kBase64Alphabet =
     "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+
+// The two characters of each twelve bits.
+constexpr std::array<std::array<char, 2>, 4096> kBase64Pairs = [] {
+  std::array<std::array<char, 2>, 4096> pairs{};
+  for (std::size_t i = 0; i < pairs.size(); ++i)
+    pairs[i] = {kBase64Alphabet[i >> 6], kBase64Alphabet[i & 0x3F]};
+  return pairs;
+}();
 
 struct CivilTime {
   std::int64_t year = 0;
@@ -54,6 +63,7 @@ class XMLWriter {
   Result<std::string> write(const Value& value);
 
  private:
+  static std::size_t estimatedSize(const Value& value, std::size_t depth);
   bool append(const Value& value, std::size_t depth);
   bool appendArray(const Array& array, std::size_t depth);
   bool appendDictionary(const Dictionary& dictionary, std::size_t depth);
@@ -74,10 +84,43 @@ class XMLWriter {
 };
 
 Result<std::string> XMLWriter::write(const Value& value) {
+  text_.reserve(kHead.size() + estimatedSize(value, 0) + kFoot.size());
   text_ = kHead;
   if (!append(value, 0)) return Status(ErrorCode::InvalidArgument, "XML property list", cause_);
   text_ += kFoot;
   return std::move(text_);
+}
+
+// How long the text becomes, when nothing in it must be escaped and numbers are long: memory that is
+// reserved and not touched costs nothing, but a text that grows is copied again and again.
+std::size_t XMLWriter::estimatedSize(const Value& value, std::size_t depth) {
+  constexpr std::size_t kTags = 24;
+  constexpr std::size_t kNumber = 44;
+  switch (value.kind()) {
+    case Value::Kind::String:
+      return depth + kTags + value.ifString()->size();
+    case Value::Kind::Data: {
+      const std::size_t tabs = std::min<std::size_t>(depth, 8);
+      const std::size_t characters = value.ifData()->size() / 3 * 4 + 4;
+      return 2 * depth + kTags + characters + (characters / (76 - 8 * tabs) + 1) * (tabs + 1);
+    }
+    case Value::Kind::Array: {
+      std::size_t size = 2 * depth + kTags;
+      if (depth >= kPropertyListMaximumDepth) return size;
+      for (const Value& element : *value.ifArray()) size += estimatedSize(element, depth + 1);
+      return size;
+    }
+    case Value::Kind::Dictionary: {
+      std::size_t size = 2 * depth + kTags;
+      if (depth >= kPropertyListMaximumDepth) return size;
+      for (const auto& entry : *value.ifDictionary()) {
+        size += depth + kTags + entry.key().size() + estimatedSize(entry.value(), depth + 1);
+      }
+      return size;
+    }
+    default:
+      return depth + kNumber;
+  }
 }
 
 bool XMLWriter::append(const Value& value, std::size_t depth) {
@@ -220,27 +263,35 @@ void XMLWriter::appendBase64(std::string_view bytes) {
     return static_cast<std::uint32_t>(static_cast<unsigned char>(bytes[i]));
   };
   std::array<char, 80> line;
-  std::size_t length = 0;
-  const auto put = [&](std::uint32_t group, std::size_t characters) {
-    for (std::size_t i = 0; i < 4; ++i) {
-      line[length++] = i < characters ? kBase64Alphabet[group >> (18 - 6 * i) & 0x3F] : '=';
-    }
+  char* out = line.data();
+  const auto put = [&out](std::uint32_t group) {
+    std::memcpy(out, kBase64Pairs[group >> 12].data(), 2);
+    std::memcpy(out + 2, kBase64Pairs[group & 0xFFF].data(), 2);
+    out += 4;
   };
   std::size_t i = 0;
-  for (; i + 3 <= bytes.size(); i += 3) put(byte(i) << 16 | byte(i + 1) << 8 | byte(i + 2), 4);
-  if (bytes.size() - i == 1) put(byte(i) << 16, 2);
-  if (bytes.size() - i == 2) put(byte(i) << 16 | byte(i + 1) << 8, 3);
-  text_.append(line.data(), length);
+  for (; i + 3 <= bytes.size(); i += 3) put(byte(i) << 16 | byte(i + 1) << 8 | byte(i + 2));
+  if (bytes.size() - i == 1) {
+    put(byte(i) << 16);
+    out[-1] = out[-2] = '=';
+  } else if (bytes.size() - i == 2) {
+    put(byte(i) << 16 | byte(i + 1) << 8);
+    out[-1] = '=';
+  }
+  text_.append(line.data(), out);
 }
 
 // Only what would end the text is escaped: quotes, line ends and control characters stay as they are.
 void XMLWriter::appendEscaped(std::string_view text) {
+  const auto isMarkup = [](char c) { return c == '&' || c == '<' || c == '>'; };
+  const char* at = text.data();
+  const char* end = at + text.size();
   while (true) {
-    const std::size_t plain = text.find_first_of("&<>");
-    text_ += text.substr(0, plain);
-    if (plain == std::string_view::npos) return;
-    text_ += text[plain] == '&' ? "&amp;" : text[plain] == '<' ? "&lt;" : "&gt;";
-    text.remove_prefix(plain + 1);
+    const char* markup = std::find_if(at, end, isMarkup);
+    text_.append(at, markup);
+    if (markup == end) return;
+    text_ += *markup == '&' ? "&amp;" : *markup == '<' ? "&lt;" : "&gt;";
+    at = markup + 1;
   }
 }
 

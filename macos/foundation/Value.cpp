@@ -421,14 +421,6 @@ Value& Value::operator=(const Value& other) noexcept {
   return *this = std::move(copy);
 }
 
-Value& Value::operator=(Value&& other) noexcept {
-  // What is replaced may hold what replaces it, so it is let go last.
-  Value old;
-  old.take(*this);
-  take(other);
-  return *this;
-}
-
 void Value::retain() noexcept {
   switch (tag_) {
     case Tag::Data:

@@ -223,7 +223,13 @@ class Value {
   Value(const Value& other) noexcept { share(other); }
   Value(Value&& other) noexcept { take(other); }
   Value& operator=(const Value& other) noexcept;
-  Value& operator=(Value&& other) noexcept;
+  Value& operator=(Value&& other) noexcept {
+    // What is replaced may hold what replaces it, so it is let go last.
+    Value old;
+    old.take(*this);
+    take(other);
+    return *this;
+  }
   ~Value() {
     if (isShared()) release();
   }

@@ -510,6 +510,35 @@ TEST(BinaryPropertyListWriter, WritesEqualLeavesOnceAndDifferentKindsApart) {
   EXPECT_EQ(objectCount(write(Value(twice))), 8U);
 }
 
+TEST(BinaryPropertyListWriter, LongTextsThatLookAlikeStayApart) {
+  // They differ in one character only, somewhere between the beginning and the end.
+  Array texts;
+  for (std::size_t i = 0; i < 200; ++i) {
+    std::string text(200, 'a');
+    text[i] = 'b';
+    texts.append(Value(text));
+    texts.append(Value::fromData(text));
+  }
+  const Value once(texts);
+  EXPECT_EQ(roundTrip(once), dump(once));
+  Array twice = texts;
+  for (const Value& text : texts) twice.append(text);
+  EXPECT_EQ(roundTrip(Value(twice)), dump(Value(twice)));
+}
+
+TEST(BinaryPropertyListWriter, ManyNumbersKeepTheirKindsAndSigns) {
+  Array numbers;
+  for (int i = -20000; i < 20000; ++i) {
+    numbers.append(Value(i));
+    numbers.append(Value(static_cast<double>(i)));
+    numbers.append(Value(NSDate{static_cast<double>(i)}));
+    numbers.append(Value(static_cast<std::uint64_t>(i)));
+    numbers.append(Value(i % 2 == 0));
+  }
+  const Value value(std::move(numbers));
+  EXPECT_TRUE(roundTrip(value) == dump(value));
+}
+
 TEST(BinaryPropertyListWriter, WritesContainersEachTime) {
   const Value inner(Array{Value(1)});
   const Value outer(Array{inner, inner});
