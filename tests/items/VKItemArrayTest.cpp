@@ -1,0 +1,509 @@
+// SPDX-License-Identifier: MIT
+#include "items/VKItemArray.h"
+
+#include <gtest/gtest.h>
+
+#include <stdexcept>
+#include <thread>
+
+#include "macos/foundation/Text.h"
+#include "tests/items/RecordingOwner.h"
+#include "tests/support/TestHost.h"
+
+namespace vennick {
+namespace {
+
+using macos::Array;
+using macos::Dictionary;
+using macos::NSDate;
+using macos::NSURL;
+using macos::Value;
+using tests::RecordingOwner;
+using tests::TestHost;
+
+class ItemArrayTest : public testing::Test {
+ protected:
+  ItemArrayTest() {
+    for (const char* path : {"/a", "/b", "/c", "/d"}) {
+      host.root().makeFolder(path);
+    }
+    array.setKvoOwner(owner);
+    array.setKvoKey("favorites");
+    owner->array = &array;
+  }
+
+  static NSURL url(std::string_view path) { return NSURL::fileURLWithPathIsDirectory(path, true); }
+
+  bool add(std::string_view path, std::int64_t limit = 0, double date = 0) {
+    return array.addURL({.url = url(path), .date = NSDate{date}, .type = kItemTypeFolder, .limit = limit});
+  }
+
+  static SharedDictionary record(std::vector<const char*> applications, std::vector<const char*> fileTypes) {
+    const auto list = [](const std::vector<const char*>& strings) {
+      Array result;
+      for (const char* string : strings) {
+        result.append(Value(string));
+      }
+      return Value(result);
+    };
+    return std::make_shared<Dictionary>(
+        Dictionary{{"applications", list(applications)}, {"fileTypes", list(fileTypes)}});
+  }
+
+  // The last components of the locations, in order.
+  std::string shown() const {
+    std::string text;
+    for (const SharedDictionary& entry : array.items()->entries) {
+      text += VKItem(entry).url()->lastPathComponent();
+    }
+    return text;
+  }
+
+  TestHost host;
+  std::shared_ptr<RecordingOwner> owner = std::make_shared<RecordingOwner>();
+  VKItemArray array;
+};
+
+using ItemArray = ItemArrayTest;
+
+// --- Adding locations
+
+TEST_F(ItemArray, MovesALocationThatIsAddedAgainToTheEnd) {
+  add("/a", 10, 1);
+  add("/b", 10, 2);
+  add("/a", 10, 3);
+  EXPECT_EQ(shown(), "ba");
+  EXPECT_EQ(array.lastItem()->date(), NSDate{3});
+}
+
+TEST_F(ItemArray, RefreshesTheNewestEntryInPlaceWithoutANotice) {
+  add("/a", 1, 1);
+  array.lastItem()->setType(7);
+  owner->notices.clear();
+  const Dictionary hotkey{{"keyCode", Value(1)}};
+  EXPECT_TRUE(array.addURL({.url = url("/a"),
+                            .name = "again",
+                            .date = NSDate{2},
+                            .type = kItemTypeFile,
+                            .hotkey = hotkey,
+                            .limit = 1}));
+  EXPECT_TRUE(owner->notices.empty());
+  EXPECT_EQ(array.count(), 1U);
+  EXPECT_EQ(array.lastItem()->name(), "again");
+  EXPECT_EQ(array.lastItem()->date(), NSDate{2});
+  EXPECT_EQ(array.lastItem()->hotkey(), hotkey);
+  EXPECT_EQ(array.lastItem()->type(), 7U) << "the entry keeps its type";
+}
+
+TEST_F(ItemArray, RefreshingWithoutAHotkeyKeepsTheHotkey) {
+  const Dictionary hotkey{{"keyCode", Value(1)}};
+  array.addURL({.url = url("/a"), .type = kItemTypeFolder, .hotkey = hotkey});
+  add("/a");
+  EXPECT_EQ(array.lastItem()->hotkey(), hotkey);
+}
+
+TEST_F(ItemArray, OnACaseInsensitiveVolumeRefreshesANameInOtherLetterCase) {
+  host.volumes().change("/", [](macos::VolumeInfo& info) { info.isCaseSensitive = false; });
+  add("/a");
+  const std::string text(*array.lastItem()->dict()->string("url"));
+  add("/A", 0, 5);
+  EXPECT_EQ(array.count(), 1U);
+  EXPECT_EQ(array.lastItem()->dict()->string("url"), text);
+  EXPECT_EQ(array.lastItem()->date(), NSDate{5});
+}
+
+TEST_F(ItemArray, ComparesAMissingLocationExactlyEvenOnACaseInsensitiveVolume) {
+  host.volumes().change("/", [](macos::VolumeInfo& info) { info.isCaseSensitive = false; });
+  add("/a");
+  EXPECT_TRUE(array.itemForURL(url("/A")));
+  host.root().remove("/a");
+  EXPECT_FALSE(array.itemForURL(url("/A")));
+  EXPECT_TRUE(array.itemForURL(url("/a")));
+}
+
+TEST_F(ItemArray, RemovesTheOldestBeyondTheLimit) {
+  for (const char* path : {"/a", "/b", "/c", "/d"}) {
+    add(path, 3);
+  }
+  EXPECT_EQ(shown(), "bcd");
+}
+
+TEST_F(ItemArray, KeepsEverythingWithALimitBelowOne) {
+  for (const char* path : {"/a", "/b", "/c", "/d"}) {
+    add(path, path[1] % 2 == 0 ? 0 : -1);
+  }
+  EXPECT_EQ(shown(), "abcd");
+}
+
+TEST_F(ItemArray, RefusesNoLocationAndOneThatDoesNotExist) {
+  EXPECT_FALSE(array.addURL({.type = kItemTypeFolder}));
+  EXPECT_FALSE(add("/nowhere"));
+  EXPECT_EQ(array.count(), 0U);
+  EXPECT_TRUE(owner->notices.empty());
+}
+
+TEST_F(ItemArray, TakesARelativeLocationUnseen) {
+  EXPECT_TRUE(array.addURL({.url = NSURL::URLWithString("./Projects"), .type = kItemTypeFolder}));
+  EXPECT_EQ(array.lastItem()->dict()->string("url"), "./Projects");
+  EXPECT_FALSE(array.lastItem()->dict()->contains("bookmark"));
+}
+
+TEST_F(ItemArray, TakesAMissingLocationWhenToldToAndKeepsItOnce) {
+  const auto addMissing = [&] {
+    return array.addURL(
+        {.url = url("/nowhere"), .type = kItemTypeFolder, .missingLocation = MissingLocation::Accept});
+  };
+  EXPECT_TRUE(addMissing());
+  EXPECT_FALSE(array.lastItem()->dict()->contains("bookmark"));
+  add("/a");
+  EXPECT_TRUE(addMissing());
+  EXPECT_EQ(array.count(), 2U) << "without duplicates all the same";
+}
+
+TEST_F(ItemArray, NamesAnEntryAfterItsLocationUnlessToldOtherwise) {
+  add("/a");
+  EXPECT_EQ(array.lastItem()->name(), "a");
+  array.addURL({.url = url("/b"), .name = "Bee", .type = kItemTypeFolder});
+  EXPECT_EQ(array.lastItem()->name(), "Bee");
+  EXPECT_EQ(array.lastItem()->type(), kItemTypeFolder);
+  EXPECT_TRUE(array.lastItem()->dict()->contains("bookmark"));
+  EXPECT_EQ(array.lastItem()->date(), NSDate::date()) << "now, when no date is given";
+}
+
+TEST_F(ItemArray, KeepsSeparatorsApart) {
+  const auto addSeparator = [&] {
+    return array.addURL({.url = url("/a"), .name = "ignored", .date = NSDate{1}, .type = kItemTypeSeparator});
+  };
+  EXPECT_TRUE(addSeparator());
+  EXPECT_TRUE(addSeparator());
+  add("/a");
+  EXPECT_TRUE(array.deleteItemForURL(url("/a")));
+  ASSERT_EQ(array.count(), 2U);
+  std::string line;
+  for (int i = 0; i < 15; ++i) line += "\u23AF";
+  for (int i = 0; i < 5; ++i) line += "\u2013";
+  EXPECT_EQ(*array.lastItem()->dict(), (Dictionary{{"name", Value(line)},
+                                                   {"url", Value("VKMenuSeparator")},
+                                                   {"date", Value(NSDate{1})},
+                                                   {"itemType", Value(4)}}));
+}
+
+TEST_F(ItemArray, DeletingByASeparatorsOwnURLRemovesAllSeparators) {
+  array.addURL({.type = kItemTypeSeparator});
+  add("/a");
+  array.addURL({.type = kItemTypeSeparator});
+  EXPECT_TRUE(array.deleteItemForURL(NSURL::URLWithString("VKMenuSeparator")));
+  EXPECT_EQ(shown(), "a");
+}
+
+TEST_F(ItemArray, AnnouncesEachPhaseOfAnAdd) {
+  add("/a");
+  add("/b");
+  owner->notices.clear();
+  add("/a", 1);
+  const std::vector<std::string> expected{"will remove [0] of 2", "did remove [0] of 1",
+                                          "will insert [1] of 1", "did insert [1] of 2",
+                                          "will remove [0] of 2", "did remove [0] of 1"};
+  EXPECT_EQ(owner->notices, expected);
+}
+
+// --- Records for applications and file types
+
+TEST_F(ItemArray, AppendsARecordForAnApplication) {
+  EXPECT_TRUE(array.addURLForApp(url("/a"), "com.x", std::nullopt));
+  const Dictionary& entry = *array.lastItem()->dict();
+  EXPECT_EQ(entry.string("url"), "file:///a/");
+  EXPECT_EQ(*entry.array("applications"), Array{Value("com.x")});
+  EXPECT_EQ(*entry.array("fileTypes"), Array{Value("*")});
+  EXPECT_EQ(entry.integer("itemType"), macos::Integer(2));
+  EXPECT_EQ(entry.integer("flags"), macos::Integer(2));
+  EXPECT_TRUE(entry.contains("bookmark"));
+  EXPECT_EQ(entry.size(), 8U);
+}
+
+TEST_F(ItemArray, TruncatesARecordWithoutABookmark) {
+  EXPECT_TRUE(array.addURLForApp(url("/nowhere"), "com.x", "txt"));
+  EXPECT_EQ(*array.lastItem()->dict(), (Dictionary{{"name", Value("nowhere")},
+                                                   {"url", Value("file:///nowhere/")},
+                                                   {"date", Value(NSDate::date())}}));
+  EXPECT_EQ(array.lastItem()->type(), 0U);
+  EXPECT_EQ(*array.lastItem()->applications(), Array{Value("*")});
+}
+
+TEST_F(ItemArray, AppendsAnEmptyEntryForNoLocation) {
+  EXPECT_TRUE(array.addURLForApp(std::nullopt, "com.x", "txt"));
+  ASSERT_EQ(array.count(), 1U);
+  EXPECT_TRUE(array.lastItem()->dict()->empty());
+}
+
+TEST_F(ItemArray, FindsByApplicationAndFileTypeAsPlainMembers) {
+  array.addItem(VKItem(record({"com.x", "com.y"}, {"txt"})));
+  array.addItem(VKItem(record({"*"}, {"*"})));
+  array.addItem(VKItem(std::make_shared<Dictionary>()));
+  EXPECT_EQ(array.itemForApplication("com.y", "txt")->dict(), array.items()->entries[0]);
+  EXPECT_FALSE(array.itemForApplication("com.z", "txt")) << "\"*\" in an entry matches only \"*\"";
+  EXPECT_EQ(array.itemForApplication("*", "*")->dict(), array.items()->entries[1]);
+  EXPECT_FALSE(array.itemForApplication("com.x", std::nullopt));
+  EXPECT_EQ(array.itemForApplication(std::nullopt, std::nullopt)->dict(), array.items()->entries[2]);
+}
+
+TEST_F(ItemArray, FindsNothingAsNothingAndNotAsAnEmptyList) {
+  array.addItem(VKItem(record({"com.x"}, {"txt"})));
+  EXPECT_EQ(array.itemsForApplication("com.y"), std::nullopt);
+  EXPECT_EQ(array.itemsForFileType("rtf"), std::nullopt);
+  EXPECT_EQ(array.itemsForApplication("com.x")->size(), 1U);
+  EXPECT_EQ(array.itemsForFileType("txt")->size(), 1U);
+}
+
+TEST_F(ItemArray, DeletingAnApplicationKeepsAnEntryThatListsAnother) {
+  array.addItem(VKItem(record({"a", "b"}, {"t"})));
+  EXPECT_TRUE(array.deleteItemForApplication("a", "t"));
+  ASSERT_EQ(array.count(), 1U);
+  EXPECT_EQ(*array.items()->entries[0], *record({"b"}, {}));
+  EXPECT_EQ(*array.lastItem()->fileTypes(), Array{Value("*")}) << "the emptied list widens at the next read";
+}
+
+TEST_F(ItemArray, DeletingTheOnlyApplicationOfAnEntryWithoutFileTypesRemovesIt) {
+  array.addItem(VKItem(record({"a"}, {})));
+  array.addItem(VKItem(record({"b"}, {})));
+  owner->notices.clear();
+  EXPECT_TRUE(array.deleteItemForApplication("a", std::nullopt));
+  EXPECT_EQ(array.count(), 1U);
+  const std::vector<std::string> expected{"will replace [0] of 2", "did replace [0] of 2",
+                                          "will remove [0] of 2", "did remove [0] of 1"};
+  EXPECT_EQ(owner->notices, expected);
+}
+
+TEST_F(ItemArray, DeletingForNothingRemovesEveryEntryWithoutLists) {
+  array.addItem(VKItem(record({}, {})));
+  array.addItem(VKItem(record({"a"}, {})));
+  array.addItem(VKItem(std::make_shared<Dictionary>()));
+  owner->notices.clear();
+  EXPECT_TRUE(array.deleteItemForApplication(std::nullopt, std::nullopt));
+  EXPECT_EQ(array.count(), 1U);
+  EXPECT_EQ(owner->notices, (std::vector<std::string>{"will remove [0 2] of 3", "did remove [0 2] of 1"}));
+  EXPECT_FALSE(array.deleteItemForApplication("z", std::nullopt));
+}
+
+// --- Plain changes
+
+TEST_F(ItemArray, AnnouncesPlainChanges) {
+  array.addItem(VKItem(record({"a"}, {})));
+  array.insertItem(VKItem(record({"b"}, {})), 0);
+  array.removeItemAtIndex(1);
+  array.setObject(VKItem(record({"c"}, {})), 0);
+  array.setObject(VKItem(record({"d"}, {})), 1);
+  array.removeAllItems();
+  const std::vector<std::string> expected{
+      "will insert [0] of 0",   "did insert [0] of 1",  "will insert [0] of 1", "did insert [0] of 2",
+      "will remove [1] of 2",   "did remove [1] of 1",  // replacing and appending by subscript are silent
+      "will remove [0 1] of 2", "did remove [0 1] of 0"};
+  EXPECT_EQ(owner->notices, expected);
+}
+
+TEST_F(ItemArray, RemovesEveryEqualEntryAndAnnouncesTheFirst) {
+  array.addItem(VKItem(record({"a"}, {})));
+  array.addItem(VKItem(std::make_shared<Dictionary>(Dictionary{{"flags", Value(1)}})));
+  array.addItem(VKItem(std::make_shared<Dictionary>(Dictionary{{"flags", Value(1.0)}})));
+  array.addItem(VKItem(std::make_shared<Dictionary>(Dictionary{{"flags", Value(true)}})));
+  owner->notices.clear();
+  array.removeItem(array.objectAtIndexedSubscript(2));
+  EXPECT_EQ(array.count(), 1U) << "1, 1.0 and true are equal";
+  EXPECT_EQ(owner->notices, (std::vector<std::string>{"will remove [1] of 4", "did remove [1] of 1"}));
+}
+
+TEST_F(ItemArray, RemovingAnItemThatIsNotThereChangesAndAnnouncesNothing) {
+  array.addItem(VKItem(record({"a"}, {})));
+  owner->notices.clear();
+  array.removeItem(VKItem(record({"b"}, {})));
+  EXPECT_EQ(array.count(), 1U);
+  EXPECT_TRUE(owner->notices.empty());
+}
+
+TEST_F(ItemArray, RefusesAnIndexOutOfRangeBeforeAnyNotice) {
+  add("/a");
+  owner->notices.clear();
+  EXPECT_THROW(array.removeItemAtIndex(1), std::out_of_range);
+  EXPECT_THROW(array.insertItem(VKItem(record({}, {})), 2), std::out_of_range);
+  EXPECT_THROW(array.objectAtIndexedSubscript(1), std::out_of_range);
+  EXPECT_THROW(array.objectsAtIndexes({0, 1}), std::out_of_range);
+  EXPECT_THROW(array.setObject(VKItem(record({}, {})), 2), std::out_of_range);
+  EXPECT_TRUE(owner->notices.empty());
+}
+
+TEST_F(ItemArray, GivesViewsInAscendingOrder) {
+  add("/a");
+  add("/b");
+  add("/c");
+  const auto items = array.objectsAtIndexes({0, 2});
+  ASSERT_EQ(items.size(), 2U);
+  EXPECT_EQ(items[0].dict(), array.items()->entries[0]);
+  EXPECT_EQ(items[1].dict(), array.items()->entries[2]);
+}
+
+TEST_F(ItemArray, HasNoLastItemWhenEmpty) { EXPECT_EQ(VKItemArray().lastItem(), std::nullopt); }
+
+TEST_F(ItemArray, CopiesTheListAndNotItsEntriesOrItsOwner) {
+  add("/a");
+  const auto copy = array.copy();
+  EXPECT_EQ(copy->kvoOwner(), nullptr);
+  EXPECT_EQ(copy->kvoKey(), std::nullopt);
+  EXPECT_NE(copy->items(), array.items());
+  EXPECT_EQ(copy->items()->entries, array.items()->entries);
+}
+
+TEST_F(ItemArray, SortsStablyByTheEightValuesAndAnnouncesTheWholeRange) {
+  const auto named = [](const char* name, int type) {
+    return VKItem(std::make_shared<Dictionary>(Dictionary{{"name", Value(name)}, {"itemType", Value(type)}}));
+  };
+  array.addItem(named("b", 1));
+  array.addItem(named("a", 2));
+  array.addItem(named("b", 3));
+  array.addItem(VKItem(record({"app"}, {"txt"})));
+  owner->notices.clear();
+  bool sawRawLists = false;
+  array.sort([&](const SortValues& values) {
+    sawRawLists |= values.xApplications != nullptr && values.xFileTypes != nullptr && values.xName == nullptr;
+    const auto x = values.xName != nullptr ? values.xName->ifString() : std::nullopt;
+    const auto y = values.yName != nullptr ? values.yName->ifString() : std::nullopt;
+    return x.value_or("z").compare(y.value_or("z"));
+  });
+  EXPECT_TRUE(sawRawLists);
+  std::string order;
+  for (const SharedDictionary& entry : array.items()->entries) {
+    order += std::to_string(VKItem(entry).type());
+  }
+  EXPECT_EQ(order, "2130");
+  EXPECT_EQ(owner->notices,
+            (std::vector<std::string>{"will replace [0 1 2 3] of 4", "did replace [0 1 2 3] of 4"}));
+}
+
+// --- What observers are told
+
+TEST_F(ItemArray, TellsObserversTheValuesThatCameAndWent) {
+  std::vector<macos::NSKeyValueChangeDictionary> changes;
+  const auto token = owner->addObserver(
+      "favorites", macos::NSKeyValueObservingOptionNew | macos::NSKeyValueObservingOptionOld,
+      [&](std::string_view, const macos::NSKeyValueChangeDictionary& change) { changes.push_back(change); });
+  array.addItem(VKItem(record({"a"}, {})));
+  array.removeItemAtIndex(0);
+  ASSERT_EQ(changes.size(), 2U);
+  const Value entry(Array{Value(*record({"a"}, {}))});
+  EXPECT_EQ(changes[0].kind, macos::NSKeyValueChange::Insertion);
+  EXPECT_EQ(changes[0].newValue, entry);
+  EXPECT_FALSE(changes[0].oldValue);
+  EXPECT_EQ(changes[1].kind, macos::NSKeyValueChange::Removal);
+  EXPECT_EQ(changes[1].oldValue, entry) << "taken before the removal";
+  EXPECT_FALSE(changes[1].newValue);
+}
+
+TEST_F(ItemArray, WorksSilentlyWithoutAnOwner) {
+  VKItemArray silent;
+  EXPECT_TRUE(silent.addURL({.url = url("/a"), .type = kItemTypeFolder}));
+  EXPECT_EQ(silent.count(), 1U);
+}
+
+// --- Fed by a signal
+
+class FedItemArrayTest : public ItemArrayTest {
+ protected:
+  FedItemArrayTest() : fed(VKItemArray::initWithContentSignal(subject.signal(), owner, "favorites")) {
+    owner->array = fed.get();
+  }
+  macos::RACSubject<SharedItemList> subject;
+  std::shared_ptr<VKItemArray> fed;
+};
+
+TEST_F(FedItemArrayTest, BeforeTheFirstValueAnnouncesAddsAndKeepsNothing) {
+  EXPECT_EQ(fed->items(), nullptr);
+  EXPECT_EQ(fed->count(), 0U);
+  EXPECT_FALSE(fed->itemForURL(url("/a")));
+  EXPECT_FALSE(fed->itemForApplication("a", "b"));
+  EXPECT_FALSE(fed->itemsForApplication("a"));
+  EXPECT_FALSE(fed->lastItem());
+  EXPECT_TRUE(fed->addURL({.url = url("/a"), .type = kItemTypeFolder, .limit = 1}));
+  EXPECT_TRUE(fed->addURLForApp(url("/a"), std::nullopt, std::nullopt));
+  fed->sort([](const SortValues&) { return 0; });
+  fed->removeAllItems();
+  EXPECT_FALSE(fed->deleteItemForURL(url("/a")));
+  EXPECT_EQ(fed->count(), 0U);
+  const std::vector<std::string> expected{
+      "will insert [0] of 0", "did insert [0] of 0", "will insert [0] of 0", "did insert [0] of 0",
+      "will replace [] of 0", "did replace [] of 0", "will remove [] of 0",  "did remove [] of 0"};
+  EXPECT_EQ(owner->notices, expected);
+}
+
+TEST_F(FedItemArrayTest, ShowsTheVeryListThatTheSignalDelivers) {
+  auto list = std::make_shared<ItemList>();
+  subject.sendNext(list);
+  EXPECT_EQ(fed->items(), list);
+  EXPECT_EQ(owner->notices, (std::vector<std::string>{"will set", "did set"}));
+  fed->addURL({.url = url("/a"), .type = kItemTypeFolder});
+  EXPECT_EQ(list->entries.size(), 1U);
+}
+
+TEST_F(FedItemArrayTest, IsNotKeptAliveByTheSignal) {
+  const std::weak_ptr<VKItemArray> weak = fed;
+  fed.reset();
+  EXPECT_TRUE(weak.expired());
+  subject.sendNext(std::make_shared<ItemList>());
+}
+
+TEST_F(FedItemArrayTest, HoldsItsOwnerWeakly) {
+  array.setKvoOwner(nullptr);
+  const std::weak_ptr<RecordingOwner> weak = owner;
+  owner.reset();
+  EXPECT_TRUE(weak.expired());
+  subject.sendNext(std::make_shared<ItemList>());
+  EXPECT_TRUE(fed->addURL({.url = url("/a"), .type = kItemTypeFolder}));
+}
+
+// --- The lock
+
+TEST_F(ItemArray, HoldsTheListsLockThroughAChangeAndItsNotices) {
+  bool heldByOther = true;
+  owner->onNotice = [&] {
+    // From another thread, since the lock is recursive.
+    std::thread([&] {
+      if (array.items()->mutex.try_lock()) {
+        heldByOther = false;
+        array.items()->mutex.unlock();
+      }
+    }).join();
+  };
+  add("/a");
+  EXPECT_TRUE(heldByOther);
+  owner->onNotice = nullptr;
+  EXPECT_TRUE(array.items()->mutex.try_lock()) << "and lets it go afterwards";
+  array.items()->mutex.unlock();
+}
+
+TEST_F(ItemArray, LetsAnObserverChangeTheListFromANotice) {
+  bool isFirst = true;
+  owner->onNotice = [&] {
+    if (std::exchange(isFirst, false)) {
+      add("/b");
+    }
+  };
+  add("/a");
+  EXPECT_EQ(array.count(), 2U);
+}
+
+TEST_F(ItemArray, TakesAddsFromManyThreads) {
+  array.setKvoOwner(nullptr);
+  std::vector<std::thread> threads;
+  for (int i = 0; i < 4; ++i) {
+    threads.emplace_back([&, i] {
+      for (int k = 0; k < 500; ++k) {
+        array.addItem(VKItem(record({std::to_string(i).c_str()}, {})));
+      }
+    });
+  }
+  for (std::thread& thread : threads) {
+    thread.join();
+  }
+  EXPECT_EQ(array.count(), 2000U);
+}
+
+}  // namespace
+}  // namespace vennick
