@@ -7,6 +7,7 @@
 
 #include "macos/foundation/ObjectEquality.h"
 #include "macos/foundation/PropertyList.h"
+#include "settings/SetNames.h"
 #include "settings/VKSettings.h"
 
 namespace vennick {
@@ -83,7 +84,17 @@ void VKSettings::chooseDefaults(const macos::Dictionary& initialDefaults) {
 void VKSettings::updateUserDefaultsWithBuiltInDefaults(const macos::Dictionary& initialDefaults) {
   // The preferences window's toolbar starts in its built-in layout every time.
   defaults()->removeObjectForKey(SettingsKeys::PreferencesToolbar);
+  renameReservedSets();
   mergeExcludedApplications(initialDefaults);
+}
+
+// Of two sets of the reserved name only the first is renamed, since the new name is taken then, and a
+// current set of that name keeps its old name under "currentSet", so that the default set becomes the
+// current one. Deliberate.
+void VKSettings::renameReservedSets() {
+  for (const std::string& name : folderSets()) {
+    if (name == kReservedSetName) renameSet(name, std::string(kReservedSetName) + "*");
+  }
 }
 
 // Built-in entries that the user removed come back at every start. Deliberate.

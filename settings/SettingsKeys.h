@@ -19,10 +19,32 @@ namespace SettingsKeys {
 
 inline constexpr std::string_view KeyBindings = "keyBindings";
 inline constexpr std::string_view MenuConfiguration = "menuConfiguration";
+inline constexpr std::string_view FolderSets = "folderSets";
+inline constexpr std::string_view CurrentSet = "currentSet";
 inline constexpr std::string_view AppsToExclude = "appsToExclude";
+inline constexpr std::string_view DialogFrames = "dialogFrames";
+inline constexpr std::string_view UsageStatistics = "usageStatistics";
+inline constexpr std::string_view MaxHistorySize = "maxHistorySize";
+inline constexpr std::string_view DropHistorySize = "dropHistorySize";
+inline constexpr std::string_view ReboundHistorySize = "reboundHistorySize";
+inline constexpr std::string_view FavoritesStaySorted = "favoritesStaySorted";
 inline constexpr std::string_view PreferencesToolbar = "NSToolbar Configuration CCNPreferencesMainToolbar";
 
 }  // namespace SettingsKeys
+
+// The store's properties as observers know them.
+namespace SettingsProperties {
+
+inline constexpr std::string_view CurrentSet = "currentSet";
+inline constexpr std::string_view FramesForApps = "framesForApps";
+inline constexpr std::string_view SidebarWidthsForApps = "sidebarWidthsForApps";
+inline constexpr std::string_view Hotkeys = "hotkeys";
+inline constexpr std::string_view Rebound = "rebound";
+inline constexpr std::string_view LastFolders = "lastFolders";
+inline constexpr std::string_view UsageStatistics = "usageStatistics";
+inline constexpr std::string_view SaveActions = "saveActions";
+
+}  // namespace SettingsProperties
 
 }  // namespace vennick
 

@@ -1,0 +1,168 @@
+// SPDX-License-Identifier: MIT
+#include "settings/StoreFiles.h"
+
+#include "macos/foundation/DamagedFile.h"
+#include "macos/foundation/Log.h"
+#include "macos/foundation/Path.h"
+#include "macos/foundation/PropertyList.h"
+#include "macos/host/Host.h"
+#include "platform/FileQueries.h"
+
+namespace vennick {
+
+using macos::Array;
+using macos::Dictionary;
+using macos::FileInfo;
+using macos::FileKind;
+using macos::FollowLinks;
+using macos::NSURL;
+using macos::Result;
+using macos::Status;
+using macos::Value;
+
+namespace {
+
+constexpr std::uint32_t kFileMode = 0644;
+
+macos::FileSystem& files() { return macos::Host::current().files(); }
+
+// Where a store file's content is, behind a link or an alias file.
+struct ContentPlace {
+  std::string path;
+  // Not ok: something is there that cannot be read through. NotFound: nothing is there yet.
+  Status status;
+  FileInfo info;
+};
+
+ContentPlace placeOf(const std::string& path) {
+  auto info = macos::itemInfo(path, FollowLinks::Yes);
+  return info.ok() ? ContentPlace{path, Status(), *info} : ContentPlace{path, info.status(), FileInfo()};
+}
+
+// A link or an alias file whose target is gone is itself the place: it is what new content replaces.
+ContentPlace placeOfContent(const NSURL& file) {
+  const std::string path = macos::pathAsOnDisk(file.path());
+  const auto here = files().info(path, FollowLinks::No);
+  if (!here.ok()) {
+    return {path, here.status(), FileInfo()};
+  }
+  if (here->kind == FileKind::Link) {
+    const auto target = files().realPath(path);
+    return target.ok() ? placeOf(*target) : ContentPlace{path, target.status(), FileInfo()};
+  }
+  if (pathIsAlias(file)) {
+    const NSURL target = URLByResolvingAliasFile(file);
+    if (target == file || !pathExists(target)) {
+      return {path, Status(macos::ErrorCode::NotFound, path, "leads nowhere"), FileInfo()};
+    }
+    return placeOf(target.path());
+  }
+  return {path, Status(), *here};
+}
+
+bool isUnchanged(const FileInfo& before, const FileInfo& now) {
+  return before.isSameItem(now) && before.size == now.size && before.modified == now.modified;
+}
+
+std::string_view nameOfKind(Value::Kind kind) { return kind == Value::Kind::Array ? "array" : "dictionary"; }
+
+}  // namespace
+
+Array StoreFiles::readArray(const NSURL& file) {
+  const Value value = read(file, Value::Kind::Array);
+  return value.isNull() ? Array() : *value.ifArray();
+}
+
+Dictionary StoreFiles::readDictionary(const NSURL& file) {
+  const Value value = read(file, Value::Kind::Dictionary);
+  return value.isNull() ? Dictionary() : *value.ifDictionary();
+}
+
+bool StoreFiles::write(const Array& array, const NSURL& file) { return writeValue(Value(array), file); }
+
+bool StoreFiles::write(const Dictionary& dictionary, const NSURL& file) {
+  return writeValue(Value(dictionary), file);
+}
+
+Value StoreFiles::read(const NSURL& file, Value::Kind kind) {
+  const ContentPlace place = placeOfContent(file);
+  if (!place.status.ok()) {
+    if (!place.status.isNotFound()) {
+      macos::NSLogStatus(place.status);
+    }
+    return Value();
+  }
+  return readJudged(place.path, kind, place.info);
+}
+
+Value StoreFiles::readJudged(const std::string& path, Value::Kind kind, const FileInfo& info) {
+  Judgement& judgement = judgements_[path];
+  judgement = {info, kind, Content::Unreadable};
+  const auto bytes = files().read(path);
+  if (!bytes.ok()) {
+    macos::NSLogStatus(bytes.status());
+    return Value();
+  }
+  judgement.content = Content::Damaged;
+  auto reading = macos::NSPropertyListSerialization::propertyListWithData(*bytes);
+  if (!reading.ok()) {
+    macos::NSLog(path + ": " + reading.status().message());
+    return Value();
+  }
+  if (reading->value.kind() != kind) {
+    macos::NSLog(path + ": holds no " + std::string(nameOfKind(kind)));
+    return Value();
+  }
+  judgement.content = Content::Good;
+  return std::move(reading->value);
+}
+
+bool StoreFiles::writeValue(const Value& value, const NSURL& file) {
+  const ContentPlace place = placeOfContent(file);
+  if (!place.status.ok() && !place.status.isNotFound()) {
+    macos::NSLogStatus(place.status);
+    return false;
+  }
+  if (place.status.ok() && !mayReplace(place.path, value.kind(), place.info)) {
+    return false;
+  }
+  const auto xml =
+      macos::NSPropertyListSerialization::dataWithPropertyList(value, macos::NSPropertyListFormat::XML);
+  if (!xml.ok()) {
+    macos::NSLog(place.path + ": " + xml.status().message());
+    return false;
+  }
+  const Status written = files().replace(place.path, *xml, kFileMode);
+  if (!written.ok()) {
+    macos::NSLogStatus(written);
+    return false;
+  }
+  if (const auto info = files().info(place.path, FollowLinks::Yes); info.ok()) {
+    judgements_[place.path] = {*info, value.kind(), Content::Good};
+  }
+  return true;
+}
+
+// The last word before content is overwritten: what was never read, or has changed since, is judged first.
+bool StoreFiles::mayReplace(const std::string& path, Value::Kind kind, const FileInfo& info) {
+  const auto known = judgements_.find(path);
+  if (known == judgements_.end() || known->second.kind != kind || !isUnchanged(known->second.info, info)) {
+    readJudged(path, kind, info);
+  }
+  switch (judgements_[path].content) {
+    case Content::Good:
+      return true;
+    case Content::Unreadable:
+      macos::NSLog(path + ": is left alone, since it could not be read");
+      return false;
+    case Content::Damaged:
+      break;
+  }
+  const Status kept = macos::keepDamagedCopy(path);
+  if (!kept.ok()) {
+    macos::NSLogStatus(kept);
+  }
+  return kept.ok();
+}
+
+}  // namespace vennick
