@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "app/AppDelegate.h"
 
+#include "app/CollectionsConversion.h"
 #include "app/RunLock.h"
 #include "app/SettingsMapping.h"
 #include "macos/foundation/Bundle.h"
@@ -15,6 +16,7 @@ void AppDelegate::applicationDidFinishLaunching() {
   loadLegacyPreferences();
   settings_ = VKSettings::initWithBundle(macos::NSBundle::bundleWithURL(mainApplicationURL()));
   mapSettings(*preferences_, *settings_->defaults());
+  convertCollections();
   carryOverUpdateChecks();
   settings_->save();
   restartVNK5();
@@ -30,6 +32,14 @@ void AppDelegate::loadLegacyPreferences() {
   preferences_ = std::make_unique<LegacyPreferences>();
   macos::CFPreferencesAppSynchronize(kLegacyDomain);
   preferences_->load();
+}
+
+// The name is copied first: the conversion goes through all sets and leaves the last one active. With no
+// sets at all it is the default set's.
+void AppDelegate::convertCollections() {
+  const std::string activeSetName = preferences_->activeSetName();
+  CollectionsConversion(*preferences_, *settings_).convertFolderSets();
+  settings_->setCurrentSet(activeSetName);
 }
 
 // A registered default of the store would show in this suite too, as in every other; only what is stored

@@ -45,6 +45,7 @@ class AppDelegate : public macos::NSApplicationDelegate {
 
  private:
   void loadLegacyPreferences();
+  void convertCollections();
   void carryOverUpdateChecks();
 
   std::unique_ptr<LegacyPreferences> preferences_;

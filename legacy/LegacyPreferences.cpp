@@ -5,6 +5,7 @@
 #include <optional>
 #include <utility>
 
+#include "legacy/CFItemList.h"
 #include "macos/carbon/Files.h"
 #include "macos/foundation/Bundle.h"
 #include "macos/foundation/Log.h"
@@ -131,6 +132,16 @@ void LegacyPreferences::overrideSettings() {
   if (const macos::Dictionary* settings = stored ? stored->ifDictionary() : nullptr) settings_ = *settings;
 }
 
+// What is stored then holds no cached locations. The lists repair nothing and say nothing.
+void LegacyPreferences::bringItemsUpToDate() {
+  for (const LegacyItemArray& items : {favorites_, recents_}) {
+    CFItemList list(ResolveMode::AnyTarget);
+    list.setRepairOnSet(false);
+    list.setArray(items);
+    list.clearLocations();
+  }
+}
+
 void LegacyPreferences::writeListsToCurrentSet() {
   currentSet_.set(LegacyKeys::Favorite, macos::Value(arrayFromItemArray(favorites_)));
   currentSet_.set(LegacyKeys::Recent, macos::Value(arrayFromItemArray(recents_)));
@@ -147,6 +158,7 @@ void LegacyPreferences::writeCurrentSetToFolderSets() {
 }
 
 void LegacyPreferences::switchToSet(std::string_view name) {
+  bringItemsUpToDate();
   writeListsToCurrentSet();
   writeCurrentSetToFolderSets();
   settings_.set(LegacyKeys::ActiveSet, macos::Value(name));
@@ -184,6 +196,7 @@ std::vector<std::string> LegacyPreferences::sortedSetNames() const {
 }
 
 macos::OSErr LegacyPreferences::save() {
+  bringItemsUpToDate();
   if (readSetting(LegacySettings::PrefsVersion) < kCurrentPrefsVersion) {
     writeSetting(LegacySettings::PrefsVersion, kCurrentPrefsVersion);
   }

@@ -111,6 +111,7 @@ class LegacyPreferences : public PreferencesDomain {
   void repairFinderClickOptions();
   void overrideFavorites();
   void overrideSettings();
+  void bringItemsUpToDate();
   void writeListsToCurrentSet();
   void writeCurrentSetToFolderSets();
   macos::OSErr startOverWithoutFile();
