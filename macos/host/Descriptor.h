@@ -52,8 +52,9 @@ class ItemPath {
 template <typename Call>
 auto uninterrupted(Call call) {
   decltype(call()) result;
-  do result = call();
-  while (result == -1 && errno == EINTR);
+  do {
+    result = call();
+  } while (result == -1 && errno == EINTR);
   return result;
 }
 

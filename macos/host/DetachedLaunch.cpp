@@ -97,8 +97,9 @@ Result<pid_t> launchDetached(const std::string& program, const std::vector<std::
                              const std::vector<std::string>& environment) {
   Descriptor readEnd;
   Descriptor writeEnd;
-  if (const int error = makeReportPipe(readEnd, writeEnd); error != 0)
+  if (const int error = makeReportPipe(readEnd, writeEnd); error != 0) {
     return Status::fromErrno(program, error);
+  }
   const Prepared prepared{program.c_str(), pointers(arguments), pointers(environment), writeEnd.get()};
 
   // The child only makes the grandchild, which so belongs to nobody and leaves no zombie here.

@@ -296,9 +296,8 @@ std::optional<std::string> PosixFileSystem::pathInRoot(std::string_view hostPath
   if (found.empty() || hostRoot_.empty()) return std::nullopt;
   if (hostRoot_ == "/") return found;
   if (found == hostRoot_) return "/";
-  if (found.compare(0, hostRoot_.size(), hostRoot_) != 0 || found[hostRoot_.size()] != '/')
-    return std::nullopt;
-  return found.substr(hostRoot_.size());
+  const bool isInside = found.compare(0, hostRoot_.size(), hostRoot_) == 0 && found[hostRoot_.size()] == '/';
+  return isInside ? std::optional(found.substr(hostRoot_.size())) : std::nullopt;
 }
 
 }  // namespace macos

@@ -38,7 +38,7 @@ std::string executablePath() {
 }
 
 std::string homeFromPasswordDatabase() {
-  std::string buffer(16 * 1024, '\0');
+  std::string buffer(std::size_t{16} * 1024, '\0');
   passwd entry{};
   passwd* found = nullptr;
   if (::getpwuid_r(::getuid(), &entry, buffer.data(), buffer.size(), &found) != 0 || found == nullptr) {

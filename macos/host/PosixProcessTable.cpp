@@ -97,7 +97,7 @@ bool runsAsInterpreterOf(const std::string& script, const std::string& program, 
 // one argument of the script's first line, "env" may take several.
 std::string scriptOf(pid_t process, const std::string& program) {
   constexpr std::size_t kMostArguments = 6;
-  const std::string line = readSome(procPath(process, "cmdline"), 16 * 1024);
+  const std::string line = readSome(procPath(process, "cmdline"), std::size_t{16} * 1024);
   const std::vector<std::string> arguments = splitAt(line, std::string_view("\0", 1), kMostArguments);
   for (std::size_t i = 1; i < arguments.size(); ++i) {
     if (arguments[i].find('/') == std::string::npos) continue;

@@ -87,7 +87,7 @@ class LogSink {
 
 struct CommandLimits {
   std::chrono::milliseconds time{2000};
-  std::size_t output = 64 * 1024;
+  std::size_t output = std::size_t{64} * 1024;
 };
 
 class CommandRunner {

@@ -56,7 +56,7 @@ void endProcessesOf(const TemporaryRoot& root) {
 
 }  // namespace
 
-TestHost::TestHost(TestHostOptions options)
+TestHost::TestHost(const TestHostOptions& options)
     : root_(options.root ? options.root : std::make_shared<TemporaryRoot>()),
       real_(realFiles(root_->path(), options.way)),
       top_(std::make_shared<SwitchableFileSystem>(real_)),

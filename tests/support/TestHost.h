@@ -47,7 +47,7 @@ struct TestHostOptions {
 class TestHost {
  public:
   TestHost() : TestHost(TestHostOptions()) {}
-  explicit TestHost(TestHostOptions options);
+  explicit TestHost(const TestHostOptions& options);
   ~TestHost();
   TestHost(const TestHost&) = delete;
   TestHost& operator=(const TestHost&) = delete;
