@@ -5,6 +5,7 @@
 
 #include "macos/foundation/FileManager.h"
 #include "macos/foundation/Log.h"
+#include "macos/host/Host.h"
 #include "platform/FileQueries.h"
 #include "settings/SetNames.h"
 #include "settings/VKSettings.h"
@@ -21,7 +22,11 @@ NSURL withLinksAndAliasResolved(const NSURL& folder) {
   return pathIsAlias(resolved) ? URLByResolvingAliasFile(resolved) : resolved;
 }
 
+// A home that is not there is not made.
 void makeFolder(const NSURL& folder) {
+  if (!pathExists(macos::Host::current().home())) {
+    return;
+  }
   // A folder that cannot be made shows when a file is written into it.
   (void)NSFileManager::defaultManager().createDirectoryAtURL(folder, true);
 }
