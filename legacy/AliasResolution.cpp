@@ -322,6 +322,9 @@ OSErr ResolveAliasChecked(AliasHandle& alias, FSRef* ref, unsigned mountFlags, b
   if (ref != nullptr) {
     *ref = target;
   }
+  if (aliasChanged != nullptr) {
+    *aliasChanged = false;
+  }
   std::u16string volumeName;
   std::string path;
   OSErr code = alias.isNull() ? macos::paramErr
