@@ -1,0 +1,485 @@
+// SPDX-License-Identifier: MIT
+#include "legacy/AliasResolution.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <thread>
+
+#include "tests/support/AliasFiles.h"
+#include "tests/support/IndependentReader.h"
+
+namespace vennick {
+namespace {
+
+using macos::AliasHandle;
+using macos::AliasRecord;
+using macos::AliasTag;
+using macos::FSRef;
+using macos::OSErr;
+using macos::VolumeInfo;
+using tests::aliasTo;
+using tests::BlockingFileSystem;
+using tests::changedAlias;
+using tests::pathOf;
+using tests::refTo;
+using tests::TestHost;
+using tests::TestHostOptions;
+using tests::writeAliasFile;
+using tests::writeClassicAliasFile;
+
+constexpr const char* kFile = "/Users/anna/Documents/report.txt";
+constexpr const char* kFolder = "/Users/anna/Documents";
+constexpr unsigned kNoUI = macos::kResolveAliasFileNoUI | macos::kResolveAliasTryFileIDFirst;
+constexpr unsigned kWithUI = macos::kResolveAliasTryFileIDFirst;
+
+AliasHandle withoutPath(const AliasHandle& alias) {
+  return changedAlias(alias, [](AliasRecord& record) {
+    record.removeField(AliasTag::PosixPath);
+    record.removeField(AliasTag::CarbonPath);
+  });
+}
+
+AliasHandle onVolumeNamed(const AliasHandle& alias, std::u16string_view name) {
+  return changedAlias(alias,
+                      [&](AliasRecord& record) { record.setUnicodeName(AliasTag::UnicodeVolumeName, name); });
+}
+
+void move(TestHost& host, std::string_view from, std::string_view to) {
+  ASSERT_TRUE(host.files().rename(from, to, macos::FileSystem::Replace::No).ok());
+}
+
+void setSystemVersion(TestHost& host, const std::string& version) {
+  host.root().writeFile("/System/Library/CoreServices/SystemVersion.plist",
+                        "<plist version=\"1.0\"><dict><key>ProductVersion</key><string>" + version +
+                            "</string></dict></plist>");
+}
+
+struct Answer {
+  OSErr code = 0;
+  std::string path;
+  bool isFolder = false;
+  std::string name;
+  bool aliasChanged = false;
+};
+
+Answer resolveItem(AliasHandle alias, ResolveMode mode = ResolveMode::AnyTarget,
+                   AllowUI allowUI = AllowUI::No) {
+  ItemAliasTarget target;
+  Answer answer;
+  answer.code = ResolveItemAlias(alias, &target, {.name = true, .isFolder = true}, mode, allowUI,
+                                 UseDisplayName::Yes, &answer.aliasChanged);
+  answer.path = pathOf(target.ref);
+  answer.isFolder = target.isFolder;
+  answer.name = target.name;
+  return answer;
+}
+
+Answer resolveChecked(AliasHandle alias, unsigned flags) {
+  FSRef ref;
+  Answer answer;
+  answer.code = ResolveAliasChecked(alias, &ref, flags, &answer.aliasChanged);
+  answer.path = pathOf(ref);
+  return answer;
+}
+
+Answer resolveFile(std::string_view path) {
+  FSRef target;
+  Answer answer;
+  answer.code = ResolveAliasFileWithTimeout(refTo(path), &target, &answer.isFolder, nullptr, kNoUI);
+  answer.path = pathOf(target);
+  return answer;
+}
+
+class Resolution : public testing::Test {
+ protected:
+  Resolution() { host.root().writeFile(kFile, "text"); }
+  TestHost host;
+};
+
+// --- ResolveAliasChecked
+
+TEST_F(Resolution, OfNoAliasIsAParameterError) {
+  EXPECT_EQ(resolveChecked(AliasHandle(), kNoUI).code, -50);
+  EXPECT_EQ(resolveItem(AliasHandle()).code, -50);
+}
+
+TEST_F(Resolution, OfARecordThatIsNoneIsAParameterError) {
+  const std::string whole = aliasTo(kFile).bytes;
+  EXPECT_EQ(resolveItem({"1234567"}).code, -50);
+  EXPECT_EQ(resolveItem({whole.substr(0, whole.size() - 1)}).code, -50);
+}
+
+TEST_F(Resolution, WithoutUIOfAPathThatCannotBeReachedIsVolumeGoneBeforeAnyAttempt) {
+  const AliasHandle alias = aliasTo(kFile);
+  move(host, kFile, "/Users/anna/Documents/renamed.txt");
+  EXPECT_EQ(resolveChecked(alias, kNoUI).code, -124);  // renamed
+  EXPECT_EQ(resolveChecked(alias, kWithUI).path, "/Users/anna/Documents/renamed.txt");
+  host.root().remove("/Users/anna/Documents/renamed.txt");
+  EXPECT_EQ(resolveChecked(alias, kNoUI).code, -124);  // deleted
+  EXPECT_EQ(resolveChecked(alias, kWithUI).code, -43);
+  const AliasHandle foreign{testData("alias-records/macos-alias_rawData_v2.alias")};
+  EXPECT_EQ(resolveChecked(foreign, kNoUI).code, -124);  // not mounted
+  EXPECT_EQ(resolveChecked(foreign, kWithUI).code, -35);
+}
+
+TEST_F(Resolution, OfARecordWithoutAPathGoesByIdentifiers) {
+  const AliasHandle alias = withoutPath(aliasTo(kFile));
+  move(host, kFile, "/Users/anna/Documents/renamed.txt");
+  EXPECT_EQ(resolveChecked(alias, kNoUI).path, "/Users/anna/Documents/renamed.txt");
+  host.root().remove("/Users/anna/Documents/renamed.txt");
+  EXPECT_EQ(resolveChecked(alias, kNoUI).code, -43);
+}
+
+TEST_F(Resolution, ToAnotherVolumeOfTheNameIsAccepted) {
+  host.root().writeFile("/Volumes/Stick/a.txt", "");
+  EXPECT_EQ(resolveChecked(aliasTo("/Volumes/Stick/a.txt"), kNoUI).path, "/Volumes/Stick/a.txt");
+}
+
+// Of names of one length, as little-endian UTF-16, as many bytes are compared as the name has units. It
+// looks like a mistake and is kept.
+TEST_F(Resolution, ComparesTheFirstHalfOfVolumeNamesOnly) {
+  host.root().writeFile("/Volumes/V/a.txt", "");
+  const AliasHandle alias = aliasTo("/Volumes/V/a.txt");
+  const auto isAccepted = [&](std::u16string_view recorded, const std::string& found) {
+    host.volumes().change("/Volumes/V", [=](VolumeInfo& volume) { volume.name = found; });
+    const Answer answer = resolveChecked(onVolumeNamed(alias, recorded), kNoUI);
+    EXPECT_EQ(answer.path, answer.code == 0 ? "/Volumes/V/a.txt" : "");
+    EXPECT_TRUE(answer.code == 0 || answer.code == -43) << answer.code;
+    return answer.code == 0;
+  };
+  EXPECT_TRUE(isAccepted(u"Data", "Dart"));
+  EXPECT_FALSE(isAccepted(u"Data", "Dota"));
+  EXPECT_TRUE(isAccepted(u"Disks", "Disko"));
+  EXPECT_FALSE(isAccepted(u"Disks", "Dirks"));
+  EXPECT_TRUE(isAccepted(u"AB", "AC"));
+  EXPECT_FALSE(isAccepted(u"A", "B"));
+  EXPECT_TRUE(isAccepted(u"A", "Ł"));
+  EXPECT_FALSE(isAccepted(u"Data", "Dat"));
+  EXPECT_TRUE(isAccepted(u"", "Data"));
+  EXPECT_TRUE(isAccepted(u"Ä/b", "Ä:b"));
+  EXPECT_TRUE(isAccepted(u"Ä", "A\u0308"));
+}
+
+TEST_F(Resolution, OfAMacRomanVolumeNameComparesItConverted) {
+  host.root().writeFile("/Volumes/Größe/a.txt", "");
+  const AliasHandle alias = changedAlias(aliasTo("/Volumes/Größe/a.txt"), [](AliasRecord& record) {
+    record.removeField(AliasTag::UnicodeVolumeName);
+  });
+  EXPECT_EQ(resolveChecked(alias, kNoUI).path, "/Volumes/Größe/a.txt");
+  std::string tooLong = alias.bytes;
+  tooLong[10] = 28;
+  EXPECT_EQ(resolveChecked({tooLong}, kNoUI).code, 0) << "a length byte above 27 counts as no name";
+}
+
+TEST_F(Resolution, StandsWhateverTheNameWhenTheBootVolumeHasNone) {
+  const AliasHandle alias = onVolumeNamed(aliasTo(kFile), u"Elsewhere");
+  EXPECT_EQ(resolveChecked(alias, kNoUI).code, -43);
+  host.root().remove("/Volumes/Macintosh HD");
+  const Answer answer = resolveChecked(alias, kNoUI);
+  EXPECT_EQ(answer.path, kFile);
+  EXPECT_FALSE(answer.aliasChanged) << "not refreshed when the volume cannot be asked";
+}
+
+TEST_F(Resolution, RefreshesTheCallersRecordWhenItChanged) {
+  AliasHandle alias = aliasTo(kFile);
+  const AliasHandle before = alias;
+  FSRef ref;
+  bool wasChanged = true;
+  ASSERT_EQ(ResolveAliasChecked(alias, &ref, kWithUI, &wasChanged), 0);
+  EXPECT_FALSE(wasChanged);
+  EXPECT_EQ(alias, before);
+  move(host, kFile, "/Users/anna/Documents/renamed.txt");
+  ASSERT_EQ(ResolveAliasChecked(alias, &ref, kWithUI, &wasChanged), 0);
+  EXPECT_TRUE(wasChanged);
+  EXPECT_EQ(alias, aliasTo("/Users/anna/Documents/renamed.txt"));
+}
+
+TEST_F(Resolution, AnIdentifierOutranksAnExistingPath) {
+  const AliasHandle alias = aliasTo(kFile);
+  move(host, kFile, "/Users/anna/Documents/renamed.txt");
+  host.root().writeFile(kFile, "another");
+  EXPECT_EQ(resolveChecked(alias, kNoUI).path, "/Users/anna/Documents/renamed.txt");
+}
+
+// --- ResolveItemAlias
+
+TEST_F(Resolution, GivesNameKindAndReference) {
+  const Answer file = resolveItem(aliasTo(kFile));
+  EXPECT_EQ(file.code, 0);
+  EXPECT_EQ(file.path, kFile);
+  EXPECT_EQ(file.name, "report.txt");
+  EXPECT_FALSE(file.isFolder);
+  const Answer folder = resolveItem(aliasTo("/Users/anna"));
+  EXPECT_EQ(folder.name, "anna");
+  EXPECT_TRUE(folder.isFolder);
+}
+
+TEST_F(Resolution, OfAPackageIsNoFolder) {
+  host.root().makeFolder("/Users/anna/Tool.app");
+  EXPECT_FALSE(resolveItem(aliasTo("/Users/anna/Tool.app")).isFolder);
+}
+
+TEST_F(Resolution, InAFolderListReplacesAFileByItsFolder) {
+  AliasHandle alias = aliasTo(kFile);
+  ItemAliasTarget target;
+  ASSERT_EQ(ResolveItemAlias(alias, &target, {.name = true}, ResolveMode::FolderList, AllowUI::No,
+                             UseDisplayName::Yes, nullptr),
+            0);
+  EXPECT_EQ(pathOf(target.ref), kFolder);
+  EXPECT_EQ(target.name, "Documents");
+  EXPECT_TRUE(target.isFolder);
+  EXPECT_EQ(alias, aliasTo(kFolder));
+}
+
+TEST_F(Resolution, WithoutDisplayNamesGivesTheCatalogsName) {
+  host.root().makeFolder("/Users/anna/a:b");
+  AliasHandle alias = aliasTo("/Users/anna/a:b");
+  ItemAliasTarget target;
+  ASSERT_EQ(ResolveItemAlias(alias, &target, {.name = true}, ResolveMode::AnyTarget, AllowUI::No,
+                             UseDisplayName::No, nullptr),
+            0);
+  EXPECT_EQ(target.name, "a/b");
+}
+
+// "An item whose alias leads to an alias file of a folder resolves to that folder; one whose alias leads to
+// an alias file of a document resolves to the alias file itself."
+TEST_F(Resolution, FollowsAliasFilesOfFoldersOnly) {
+  writeAliasFile("/Users/anna/to folder", kFolder);
+  writeAliasFile("/Users/anna/to file", kFile);
+  EXPECT_EQ(resolveItem(aliasTo("/Users/anna/to folder")).path, kFolder);
+  EXPECT_EQ(resolveItem(aliasTo("/Users/anna/to file")).path, "/Users/anna/to file");
+  writeClassicAliasFile(host, "/Users/anna/classic", aliasTo(kFolder));
+  EXPECT_EQ(resolveItem(aliasTo("/Users/anna/classic")).path, kFolder);
+  host.root().remove("/Users/anna/._to folder");
+  EXPECT_EQ(resolveItem(aliasTo("/Users/anna/to folder")).path, kFolder) << "known by its first bytes";
+}
+
+TEST_F(Resolution, FollowsLinksToFoldersOnly) {
+  host.root().makeLink("/Users/anna/link", "Documents");
+  host.root().makeLink("/Users/anna/file link", "Documents/report.txt");
+  EXPECT_EQ(resolveItem(aliasTo("/Users/anna/link")).path, kFolder);
+  EXPECT_EQ(resolveItem(aliasTo("/Users/anna/file link")).path, "/Users/anna/file link");
+}
+
+TEST_F(Resolution, OfAnAliasFileThatLeadsNowhereGivesItsCode) {
+  writeAliasFile("/Users/anna/alias", kFolder);
+  host.root().makeLink("/Users/anna/dangling", "none");
+  host.root().makeLink("/Users/anna/loop", "loop");
+  host.root().remove(kFolder);
+  EXPECT_EQ(resolveItem(aliasTo("/Users/anna/alias")).code, -43);
+  EXPECT_EQ(resolveItem(aliasTo("/Users/anna/dangling")).code, -43);
+  EXPECT_EQ(resolveItem(aliasTo("/Users/anna/loop")).code, -43);
+}
+
+TEST_F(Resolution, OfRealMacsRecordsResolvesWhenTheTargetIsHere) {
+  host.root().writeFile("/Volumes/Test Title/.background/TestBkg.tiff", "");
+  EXPECT_EQ(resolveItem({testData("alias-records/macos-alias_rawData_v2.alias")}).path,
+            "/Volumes/Test Title/.background/TestBkg.tiff");
+}
+
+// --- Alias files
+
+TEST_F(Resolution, OfAliasFilesFollowsOneAfterTheOther) {
+  writeAliasFile("/Users/anna/a", kFolder);
+  writeAliasFile("/Users/anna/b", "/Users/anna/a");
+  const Answer answer = resolveFile("/Users/anna/b");
+  EXPECT_EQ(answer.code, 0);
+  EXPECT_EQ(answer.path, kFolder);
+  EXPECT_TRUE(answer.isFolder);
+}
+
+TEST_F(Resolution, OfWhatIsNoAliasFileFails) {
+  EXPECT_EQ(resolveFile(kFile).code, -43);
+  EXPECT_EQ(resolveFile(kFolder).code, -43);
+}
+
+TEST_F(Resolution, OfAnAliasFileThatLeadsToItselfIsToldSo) {
+  host.root().writeFile("/Users/anna/self", "");
+  writeAliasFile("/Users/anna/self", "/Users/anna/self");
+  EXPECT_EQ(resolveFile("/Users/anna/self").code, -1306);
+}
+
+TEST_F(Resolution, OfARingOfThreeAliasFilesIsToldSo) {
+  for (const std::string name : {"a", "b", "c"}) host.root().writeFile("/Users/anna/" + name, "");
+  writeAliasFile("/Users/anna/a", "/Users/anna/b");
+  writeAliasFile("/Users/anna/b", "/Users/anna/c");
+  writeAliasFile("/Users/anna/c", "/Users/anna/a");
+  EXPECT_EQ(resolveFile("/Users/anna/a").code, -1306);
+  FSRef ref = refTo("/Users/anna/a");
+  EXPECT_EQ(ResolveAliasChainInPlace(ref), -1306);
+  EXPECT_EQ(pathOf(ref), "/Users/anna/a");
+}
+
+TEST_F(Resolution, OfMoreThan32AliasFilesIsGivenUp) {
+  std::string last = kFolder;
+  for (int i = 1; i <= 33; ++i) {
+    const std::string next = "/Users/anna/alias" + std::to_string(i);
+    writeAliasFile(next, last);
+    last = next;
+  }
+  EXPECT_EQ(resolveFile("/Users/anna/alias32").path, kFolder);
+  EXPECT_EQ(resolveFile("/Users/anna/alias33").code, -1306);
+}
+
+TEST_F(Resolution, OnAnOlderSystemUsesTheAliasManager) {
+  writeAliasFile("/Users/anna/alias", kFolder);
+  writeClassicAliasFile(host, "/Users/anna/classic", aliasTo(kFile));
+  setSystemVersion(host, "10.8.5");
+  TestHostOptions options;
+  options.root = host.sharedRoot();
+  const TestHost older(options);
+  EXPECT_LT(SystemVersionBCD(), 0x100900U);
+  EXPECT_EQ(resolveFile("/Users/anna/alias").path, kFolder);
+  EXPECT_EQ(resolveFile("/Users/anna/classic").path, kFile);
+  // There, what is no alias file is its own target and thus leads to itself.
+  EXPECT_EQ(resolveFile(kFile).code, -1306);
+}
+
+TEST_F(Resolution, InPlaceReplacesTheReference) {
+  writeAliasFile("/Users/anna/alias", kFile);
+  FSRef ref = refTo("/Users/anna/alias");
+  EXPECT_EQ(ResolveAliasChainInPlace(ref), 0);
+  EXPECT_EQ(pathOf(ref), kFile);
+  EXPECT_EQ(ResolveAliasChainInPlace(ref), 0);
+  EXPECT_EQ(pathOf(ref), kFile);
+}
+
+TEST_F(Resolution, InPlaceRestoresTheReferenceAfterAFailure) {
+  writeAliasFile("/Users/anna/alias", kFile);
+  host.root().remove(kFile);
+  FSRef ref = refTo("/Users/anna/alias");
+  EXPECT_EQ(ResolveAliasChainInPlace(ref), -43);
+  EXPECT_EQ(pathOf(ref), "/Users/anna/alias");
+}
+
+// --- Two seconds
+
+class Timeout : public Resolution {
+ protected:
+  Timeout() {
+    host.root().makeFolder("/Volumes/Slow/folder");
+    writeAliasFile("/Users/anna/alias", "/Volumes/Slow/folder");
+  }
+  // How long it takes to give up.
+  static double giveUp(std::string_view path) {
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(resolveFile(path).code, -1401);
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+  }
+};
+
+TEST_F(Timeout, OfAWorkerThatNeverAnswersComesAfterTwoSeconds) {
+  host.interpose<BlockingFileSystem>("/Volumes/Slow");
+  const double seconds = giveUp("/Users/anna/alias");
+  EXPECT_GE(seconds, 2.0);
+  EXPECT_LE(seconds, 2.5);
+  EXPECT_EQ(host.log().systemMessages(),
+            (std::vector<std::pair<int, std::string>>{
+                {1, "Alias file resolution timed out for file:///Users/anna/alias"}}));
+}
+
+TEST_F(Timeout, ThrowsTheLateAnswerAway) {
+  const auto slow = host.interpose<BlockingFileSystem>("/Volumes/Slow");
+  giveUp("/Users/anna/alias");
+  slow->release();
+  std::this_thread::sleep_for(std::chrono::milliseconds(200));
+  EXPECT_EQ(resolveFile("/Users/anna/alias").path, "/Volumes/Slow/folder");
+}
+
+TEST_F(Timeout, LateWorkerTouchesNothingThatHasEnded) {
+  std::shared_ptr<BlockingFileSystem> slow;
+  {
+    TestHostOptions options;
+    options.root = host.sharedRoot();
+    TestHost other(options);
+    slow = other.interpose<BlockingFileSystem>("/Volumes/Slow");
+    giveUp("/Users/anna/alias");
+  }
+  slow->release();
+  std::this_thread::sleep_for(std::chrono::milliseconds(200));
+}
+
+TEST_F(Timeout, IsEachAliasFilesOwn) {
+  writeAliasFile("/Users/anna/outer", "/Users/anna/alias");
+  host.interpose<BlockingFileSystem>("/Volumes/Slow");
+  const double seconds = giveUp("/Users/anna/outer");
+  EXPECT_GE(seconds, 2.0);
+  EXPECT_LE(seconds, 2.5);
+  EXPECT_EQ(host.log().systemMessages().front().second,
+            "Alias file resolution timed out for file:///Users/anna/alias");
+}
+
+TEST_F(Timeout, MessageCutsALongURLAt2047Bytes) {
+  std::string path = "/Users/anna";
+  for (int i = 0; i < 12; ++i) path += "/" + std::string(200, 'x');
+  host.root().makeFolder(path);
+  path += "/alias";
+  writeAliasFile(path, "/Volumes/Slow/folder");
+  host.interpose<BlockingFileSystem>("/Volumes/Slow");
+  giveUp(path);
+  EXPECT_EQ(host.log().systemMessages().front().second,
+            "Alias file resolution timed out for " + ("file://" + path).substr(0, 2047));
+}
+
+// --- Browsable folders
+
+TEST_F(Resolution, TellsBrowsableFolders) {
+  host.root().makeFolder("/Users/anna/Letter.rtfd");
+  host.root().makeFolder("/Users/anna/.hidden");
+  host.root().makeFolder("/Users/anna/Tool.app");
+  host.root().writeFile("/Users/anna/.file", "");
+  const auto isBrowsable = [](std::string_view path, bool allowPackages = false) {
+    FSRef ref = refTo(path);
+    return IsBrowsableFolder(ref, allowPackages);
+  };
+  EXPECT_TRUE(isBrowsable(kFolder));
+  EXPECT_TRUE(isBrowsable("/"));
+  EXPECT_TRUE(isBrowsable("/Users/anna/.hidden")) << "invisible, but a container";
+  EXPECT_FALSE(isBrowsable("/Users/anna/.file"));
+  EXPECT_FALSE(isBrowsable(kFile));
+  EXPECT_FALSE(isBrowsable("/Users/anna/Letter.rtfd"));
+  EXPECT_TRUE(isBrowsable("/Users/anna/Letter.rtfd", true));
+  EXPECT_FALSE(isBrowsable("/Users/anna/Tool.app", true));
+  FSRef none;
+  EXPECT_FALSE(IsBrowsableFolder(none, true));
+}
+
+// It looks like a mistake and is kept.
+TEST_F(Resolution, AskingForABrowsableFolderReplacesTheCallersReference) {
+  writeAliasFile("/Users/anna/alias", kFolder);
+  FSRef ref = refTo("/Users/anna/alias");
+  EXPECT_TRUE(IsBrowsableFolder(ref, false));
+  EXPECT_EQ(pathOf(ref), kFolder);
+}
+
+// --- The system's version
+
+TEST(SystemVersion, IsBinaryCodedDecimal) {
+  for (const auto& [text, expected] :
+       {std::pair{"10.15.7", 0x101507U}, {"14.2.1", 0x140201U}, {"10.9", 0x100900U}, {"10.8.5", 0x100805U}}) {
+    TestHost host;
+    setSystemVersion(host, text);
+    EXPECT_EQ(SystemVersionBCD(), expected) << text;
+  }
+}
+
+TEST(SystemVersion, IsComputedOncePerHost) {
+  TestHost host;
+  setSystemVersion(host, "10.9.5");
+  EXPECT_EQ(SystemVersionBCD(), 0x100905U);
+  setSystemVersion(host, "14.2.1");
+  EXPECT_EQ(SystemVersionBCD(), 0x100905U);
+  TestHostOptions options;
+  options.root = host.sharedRoot();
+  const TestHost next(options);
+  EXPECT_EQ(SystemVersionBCD(), 0x140201U);
+}
+
+TEST(SystemVersion, WithoutAMacsOwnIsACurrentOne) {
+  const TestHost host;
+  EXPECT_GE(SystemVersionBCD(), 0x100900U);
+}
+
+}  // namespace
+}  // namespace vennick
