@@ -7,6 +7,7 @@
 #include <map>
 
 #include "macos/appkit/Image.h"
+#include "macos/carbon/ByteOrder.h"
 #include "macos/carbon/FourCharCode.h"
 
 namespace macos {
@@ -15,23 +16,19 @@ namespace {
 
 constexpr std::size_t kHeaderSize = 8;
 
-std::uint32_t numberAt(std::string_view data, std::size_t index) {
-  std::uint32_t number = 0;
-  for (std::size_t i = 0; i < 4; ++i) number = number << 8U | static_cast<unsigned char>(data[index + i]);
-  return number;
-}
-
 using Elements = std::map<OSType, std::string_view>;
 
 // Of two elements of one type the first counts. The walk ends where a length leads outside.
 Elements elementsOf(std::string_view data) {
   Elements elements;
-  if (data.size() < kHeaderSize || numberAt(data, 0) != fourCharCode("icns")) return elements;
-  data = data.substr(0, numberAt(data, 4));
+  if (data.size() < kHeaderSize || readBigEndian<std::uint32_t>(data, 0) != fourCharCode("icns"))
+    return elements;
+  data = data.substr(0, readBigEndian<std::uint32_t>(data, 4));
   for (std::size_t place = kHeaderSize; place + kHeaderSize <= data.size();) {
-    const std::uint32_t length = numberAt(data, place + 4);
+    const std::uint32_t length = readBigEndian<std::uint32_t>(data, place + 4);
     if (length < kHeaderSize || length > data.size() - place) break;
-    elements.emplace(numberAt(data, place), data.substr(place + kHeaderSize, length - kHeaderSize));
+    elements.emplace(readBigEndian<std::uint32_t>(data, place),
+                     data.substr(place + kHeaderSize, length - kHeaderSize));
     place += length;
   }
   return elements;

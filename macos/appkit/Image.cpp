@@ -5,7 +5,9 @@
 
 #include <algorithm>
 #include <array>
+#include <iterator>
 
+#include "macos/carbon/ByteOrder.h"
 #include "macos/foundation/Bundle.h"
 
 namespace macos {
@@ -25,6 +27,51 @@ class PNGPicture {
 
   png_image image{};
 };
+
+constexpr std::size_t kChunkFrameSize = 12;  // length, type and checksum
+constexpr std::size_t kHeaderChunkSize = 13;
+
+// The picture's header and the chunks that say how its pixels look.
+struct PixelChunks {
+  std::string file;
+  std::size_t packedSize = 0;
+};
+
+// libpng makes room for a chunk by the length that it claims, whether or not the chunk is there, and unpacks
+// texts and profiles that nobody asked for. It therefore gets only whole chunks that it needs.
+PixelChunks pixelChunksOf(std::string_view data) {
+  constexpr std::string_view kWanted[] = {"IHDR", "PLTE", "tRNS", "gAMA", "cHRM",
+                                          "sRGB", "sBIT", "bKGD", "IDAT", "IEND"};
+  PixelChunks chunks{std::string(kPNGStart), 0};
+  for (std::size_t place = kPNGStart.size();
+       place <= data.size() && data.size() - place >= kChunkFrameSize;) {
+    const std::size_t length = readBigEndian<std::uint32_t>(data, place);
+    if (length > data.size() - place - kChunkFrameSize) break;
+    const std::string_view type = data.substr(place + 4, 4);
+    if (std::find(std::begin(kWanted), std::end(kWanted), type) != std::end(kWanted)) {
+      chunks.file += data.substr(place, length + kChunkFrameSize);
+      if (type == "IDAT") chunks.packedSize += length;
+    }
+    place += length + kChunkFrameSize;
+  }
+  return chunks;
+}
+
+// Whether so many packed bytes can give the pixels that the header announces. Deflate gives at most 1032
+// bytes for one.
+bool canHoldItsPixels(const PixelChunks& chunks) {
+  constexpr std::uint64_t kMostPerPackedByte = 1032;
+  const std::size_t header = kPNGStart.size() + 8;
+  if (chunks.file.size() < header + kHeaderChunkSize) return false;
+  const std::uint64_t width = readBigEndian<std::uint32_t>(chunks.file, header);
+  const std::uint64_t height = readBigEndian<std::uint32_t>(chunks.file, header + 4);
+  if (width > kLargestBitmapSide || height > kLargestBitmapSide) return false;
+  constexpr std::uint64_t kChannels[] = {1, 0, 3, 1, 2, 0, 4};  // by colour type
+  const auto depth = static_cast<unsigned char>(chunks.file[header + 8]);
+  const auto colourType = static_cast<unsigned char>(chunks.file[header + 9]);
+  if (colourType >= std::size(kChannels)) return false;
+  return width * height * depth * kChannels[colourType] / 8 <= chunks.packedSize * kMostPerPackedByte;
+}
 
 }  // namespace
 
@@ -53,10 +100,14 @@ std::optional<Bitmap> NSImage::bitmap(std::uint32_t wantedWidth) const {
 }
 
 std::optional<Bitmap> bitmapWithPNG(std::string_view data) {
+  if (!data.starts_with(kPNGStart)) return std::nullopt;
+  const PixelChunks chunks = pixelChunksOf(data);
+  if (!canHoldItsPixels(chunks)) return std::nullopt;
   PNGPicture picture;
   png_image& image = picture.image;
-  if (png_image_begin_read_from_memory(&image, data.data(), data.size()) == 0) return std::nullopt;
-  if (image.width > kLargestBitmapSide || image.height > kLargestBitmapSide) return std::nullopt;
+  if (png_image_begin_read_from_memory(&image, chunks.file.data(), chunks.file.size()) == 0) {
+    return std::nullopt;
+  }
   image.format = PNG_FORMAT_RGBA;
   Bitmap bitmap(image.width, image.height);
   if (png_image_finish_read(&image, nullptr, bitmap.pixels.data(), 0, nullptr) == 0) return std::nullopt;

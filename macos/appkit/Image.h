@@ -25,8 +25,8 @@ struct Bitmap {
   friend bool operator==(const Bitmap&, const Bitmap&) = default;
 };
 
-// Sides longer than this are not decoded.
-inline constexpr std::uint32_t kLargestBitmapSide = 2048;
+// Pictures with a longer side, the longest of any icon, are not decoded.
+inline constexpr std::uint32_t kLargestBitmapSide = 1024;
 
 class NSImage {
  public:
@@ -55,7 +55,8 @@ class NSImage {
   std::string data_;
 };
 
-// Codecs. Bytes that break their format give nullopt.
+// Codecs. Bytes that break their format give nullopt. A PNG is read for its pixels alone: what else it
+// carries (texts, profiles, times) is passed over, and what it claims to hold but cannot is refused unread.
 std::optional<Bitmap> bitmapWithPNG(std::string_view data);
 std::string pngWithBitmap(const Bitmap& bitmap);
 std::optional<Bitmap> bitmapInIconFamily(std::string_view data, std::uint32_t wantedWidth);

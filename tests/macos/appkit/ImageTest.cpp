@@ -2,6 +2,7 @@
 #include "macos/appkit/Image.h"
 
 #include <gtest/gtest.h>
+#include <zlib.h>
 
 #include <cstdio>
 #include <filesystem>
@@ -99,6 +100,50 @@ TEST(Image, APNGCutAnywhereIsRefusedOrReadWhole) {
   std::string huge = data;
   huge.replace(16, 4, number(0x7FFFFFFF));
   EXPECT_FALSE(bitmapWithPNG(huge).has_value());
+}
+
+std::string chunk(std::string_view type, std::string_view content) {
+  const std::string body = std::string(type) + std::string(content);
+  const auto sum = crc32(0, reinterpret_cast<const Bytef*>(body.data()), static_cast<uInt>(body.size()));
+  return number(content.size()) + body + number(sum);
+}
+
+TEST(Image, AnIconOfTheLargestSizeIsReadAndNoneThatIsLarger) {
+  const auto largest = bitmapWithPNG(pngWithBitmap(filled(1024, 1, 2, 3, 255)));
+  ASSERT_TRUE(largest.has_value());
+  EXPECT_EQ(largest->width, 1024U);
+  EXPECT_EQ(largest->height, 1024U);
+  EXPECT_FALSE(bitmapWithPNG(pngWithBitmap(Bitmap(1025, 1))).has_value());
+  EXPECT_FALSE(bitmapWithPNG(pngWithBitmap(Bitmap(1, 1025))).has_value());
+}
+
+TEST(Image, WhatIsNoPixelIsPassedOver) {
+  const Bitmap bitmap = sketch(9, 5);
+  std::string data = pngWithBitmap(bitmap);
+  // A text that unpacks to very much, and one that claims a gigabyte.
+  std::string zeros(std::size_t{4} << 20U, '\0');
+  uLongf size = compressBound(static_cast<uLong>(zeros.size()));
+  std::string packed(size, '\0');
+  ASSERT_EQ(compress(reinterpret_cast<Bytef*>(packed.data()), &size,
+                     reinterpret_cast<const Bytef*>(zeros.data()), static_cast<uLong>(zeros.size())),
+            Z_OK);
+  packed.resize(size);
+  const std::size_t afterHeader = 8 + 12 + 13;
+  std::string withText = data;
+  withText.insert(afterHeader, chunk("zTXt", std::string("Comment\0\0", 9) + packed));
+  EXPECT_EQ(bitmapWithPNG(withText), bitmap);
+  std::string withClaim = data;
+  withClaim.insert(afterHeader, number(0x3FFFFFFF) + "tEXt");
+  EXPECT_FALSE(bitmapWithPNG(withClaim).has_value()) << "all that follows is inside the claimed text";
+}
+
+TEST(Image, APNGThatCannotHoldItsPixelsIsRefused) {
+  const std::string start = std::string("\x89PNG\r\n\x1A\n", 8);
+  const std::string header = number(1024) + number(1024) + std::string("\x08\x06\0\0\0", 5);
+  EXPECT_FALSE(bitmapWithPNG(start + chunk("IHDR", header) + chunk("IDAT", "few bytes") + chunk("IEND", ""))
+                   .has_value());
+  EXPECT_FALSE(bitmapWithPNG(start + chunk("IHDR", header.substr(0, 5))).has_value());
+  EXPECT_FALSE(bitmapWithPNG(start).has_value());
 }
 
 TEST(Image, AnIconFamilyGivesTheSmallestPictureThatIsLargeEnough) {
