@@ -95,7 +95,9 @@ TEST(Image, APNGCutAnywhereIsRefusedOrReadWhole) {
   const std::string data = pngWithBitmap(bitmap);
   for (std::size_t length = 0; length < data.size(); ++length) {
     const auto read = bitmapWithPNG(data.substr(0, length));
-    if (read) EXPECT_EQ(*read, bitmap) << length;
+    if (read) {
+      EXPECT_EQ(*read, bitmap) << length;
+    }
   }
   std::string huge = data;
   huge.replace(16, 4, number(0x7FFFFFFF));
