@@ -141,14 +141,14 @@ def hotkey(key_code, modifiers, flag=0, big_endian=False):
     return struct.pack(">BBHI" if big_endian else "<BBHI", key_code, flag, modifiers, 0)
 
 
-def item(folder, name=None, key=None, catalog_id=None, swapped_checksum=False):
-    """An item dictionary for a folder in the home."""
+def item(folder, name=None, key=None, catalog_id=None, swapped_checksum=False, damaged=False):
+    """An item dictionary for a folder in the home; the checksum of a damaged one is another's."""
     known = catalog_id if catalog_id is not None else FOLDERS[folder]
     alias = alias_record(f"{HOME}/{folder}", known, folder_ids(folder))
     entry = {
         "Name": name if name is not None else folder.rsplit("/", 1)[-1],
         "Alias": alias,
-        "AliasChecksum": struct.pack(">H" if swapped_checksum else "<H", crc16(alias)),
+        "AliasChecksum": struct.pack(">H" if swapped_checksum else "<H", crc16(alias) ^ (0x5A5A if damaged else 0)),
     }
     if key is not None:
         entry["CommandKey"] = key
@@ -234,10 +234,18 @@ def folder_sets():
             [
                 item("Pictures/Reise 2019 (Málaga)", key=hotkey(KEY_F5, 0, flag=1)),
                 item("Music/Scores", swapped_checksum=True),
+                # The same folder twice: the later one takes the place of the first, and its hotkey.
+                item("Public", "Briefkasten", hotkey(KEY_1, COMMAND)),
                 item("Downloads", key=hotkey(KEY_2, COMMAND)),
+                item("Public", "Öffentlich"),
+                item("Music", "Musik", damaged=True),
+                # A key without a modifier that is no function key: no hotkey.
+                item("Pictures", "Bilder", hotkey(KEY_B, 0)),
             ],
             {"Inkwell": item("Documents/Notes from Mia & Joe")},
         ),
+        # Version 5 has no set of this name; its entries go into the set that comes before it.
+        "Scripts": folder_set([item("Documents/Projekte", "Skripte")]),
         "Default Set": folder_set([item("Desktop"), item("Documents")]),
     }
 

@@ -6,6 +6,7 @@ The expected store is computed here from what was put into a home, in the plaine
 migration can be written down; nothing is shared with the program.
 """
 
+import contextlib
 import os
 import pathlib
 import plistlib
@@ -13,7 +14,7 @@ import shutil
 import signal
 import struct
 import subprocess
-import tempfile
+import time
 import unicodedata
 import urllib.parse
 
@@ -442,11 +443,19 @@ def run(root, bundle):
     return result
 
 
+def is_running(process, program):
+    try:
+        return os.readlink(process / "exe") == program
+    except OSError:
+        return False
+
+
 def end_main_application(application):
-    executable = application + "/Contents/MacOS/Vennick5"
+    """Ends it and waits until it is gone, so that it changes nothing any more."""
+    program = application + "/Contents/MacOS/Vennick5"
     for process in pathlib.Path("/proc").glob("[0-9]*"):
-        try:
-            if os.readlink(process / "exe") == executable:
+        if is_running(process, program):
+            with contextlib.suppress(ProcessLookupError):
                 os.kill(int(process.name), signal.SIGKILL)
-        except OSError:
-            pass
+            while is_running(process, program):
+                time.sleep(0.001)

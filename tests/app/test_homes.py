@@ -352,18 +352,11 @@ class HomeTest(unittest.TestCase):
         subprocess.run([executable], env=environment, capture_output=True, timeout=60, check=True)
         try:
             program = application + "/Contents/MacOS/Vennick5"
-            running = [process for process in pathlib.Path("/proc").glob("[0-9]*") if self.is_program(process, program)]
+            running = [process for process in pathlib.Path("/proc").glob("[0-9]*") if homes.is_running(process, program)]
             self.assertEqual(1, len(running))
             self.assertIn(b"VK_PREFS_IMPORT_COMPLETED=YES", (running[0] / "environ").read_bytes().split(b"\0"))
         finally:
             homes.end_main_application(application)
-
-    @staticmethod
-    def is_program(process, program):
-        try:
-            return os.readlink(process / "exe") == program
-        except OSError:
-            return False
 
 
 if __name__ == "__main__":
