@@ -5,6 +5,7 @@
 #include <mutex>
 #include <vector>
 
+#include "macos/carbon/CatalogNames.h"
 #include "macos/carbon/FileReference.h"
 #include "macos/foundation/AliasTarget.h"
 #include "macos/foundation/FileMetadata.h"
@@ -15,7 +16,6 @@ namespace macos {
 
 namespace {
 
-constexpr std::size_t kLongestName = 255;
 constexpr FSVolumeRefNum kFirstVolume = -100;  // downwards from there
 constexpr std::int16_t kVolumeParametersVersion = 4;
 
@@ -117,18 +117,22 @@ OSErr FSRefMakePath(const FSRef& ref, std::string* path) {
 }
 
 OSErr FSMakeFSRefUnicode(const FSRef& parent, const HFSUniStr255& name, FSRef* ref) {
-  if (name.empty() || name.size() > kLongestName || name.find(u':') != name.npos) return bdNamErr;
+  const auto diskName = nameOnDisk(name);
+  if (!diskName) return bdNamErr;
   const auto folder = itemOfReference(parent);
   if (!folder) return dirNFErr;
   if (!folder->info.isFolder()) return errFSNotAFolder;
-  return FSPathMakeRef(pathByAppendingComponent(folder->path, posixNameFromCatalog(name)), ref);
+  return FSPathMakeRef(pathByAppendingComponent(folder->path, *diskName), ref);
 }
 
 OSErr FSGetCatalogInfo(const FSRef& ref, FSCatalogInfoBitmap whichInfo, FSCatalogInfo* info,
                        HFSUniStr255* name, FSRef* parent) {
   const auto item = itemOfReference(ref);
   if (!item) return fnfErr;
-  const VolumeInfo volume = volumeOfItem(*item);
+  constexpr FSCatalogInfoBitmap kOfTheVolume = kFSCatInfoVolume | kFSCatInfoParentDirID | kFSCatInfoNodeID;
+  const bool needsVolume =
+      (info != nullptr && (whichInfo & kOfTheVolume) != 0) || name != nullptr || parent != nullptr;
+  const VolumeInfo volume = needsVolume ? volumeOfItem(*item) : VolumeInfo();
   if (info != nullptr) fillCatalogInfo(*item, whichInfo, volume, *info);
   if (name != nullptr) *name = nameOf(*item, volume);
   return parent != nullptr ? parentOf(*item, volume, *parent) : noErr;
