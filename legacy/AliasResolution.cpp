@@ -281,24 +281,7 @@ std::uint32_t twoDigits(std::int32_t number) {
 }
 
 struct SystemVersion {
-  std::uint32_t bcd;
-
-  SystemVersion() {
-    std::int32_t major = 0;
-    std::int32_t minor = 0;
-    std::int32_t bugFix = 0;
-    if (macos::Gestalt(macos::gestaltSystemVersionMajor, &major) == macos::noErr &&
-        macos::Gestalt(macos::gestaltSystemVersionMinor, &minor) == macos::noErr &&
-        macos::Gestalt(macos::gestaltSystemVersionBugFix, &bugFix) == macos::noErr) {
-      bcd = twoDigits(major) << 16 | twoDigits(minor) << 8 | twoDigits(bugFix);
-      return;
-    }
-    // The older selector has one digit each for minor version and bug fix.
-    std::int32_t version = 0;
-    (void)macos::Gestalt(macos::gestaltSystemVersion, &version);
-    const auto v = static_cast<std::uint32_t>(version);
-    bcd = (v & 0xF) | (v << 4 & 0xF00) | (v << 8 & 0xFF0000);
-  }
+  std::uint32_t bcd = systemVersionBCDFrom(macos::Gestalt);
 };
 
 }  // namespace
@@ -408,6 +391,22 @@ bool IsBrowsableFolder(FSRef& ref, bool allowPackages) {
     return false;
   }
   return (flags & (macos::kLSItemInfoIsPlainFile | macos::kLSItemInfoIsApplication)) == 0;
+}
+
+std::uint32_t systemVersionBCDFrom(GestaltFunction& gestalt) {
+  std::int32_t major = 0;
+  std::int32_t minor = 0;
+  std::int32_t bugFix = 0;
+  if (gestalt(macos::gestaltSystemVersionMajor, &major) == macos::noErr &&
+      gestalt(macos::gestaltSystemVersionMinor, &minor) == macos::noErr &&
+      gestalt(macos::gestaltSystemVersionBugFix, &bugFix) == macos::noErr) {
+    return twoDigits(major) << 16 | twoDigits(minor) << 8 | twoDigits(bugFix);
+  }
+  // The older selector has one digit each for minor version and bug fix.
+  std::int32_t version = 0;
+  (void)gestalt(macos::gestaltSystemVersion, &version);
+  const auto v = static_cast<std::uint32_t>(version);
+  return (v & 0xF) | (v << 4 & 0xF00) | (v << 8 & 0xFF0000);
 }
 
 std::uint32_t SystemVersionBCD() { return macos::hostLocal<SystemVersion>().bcd; }

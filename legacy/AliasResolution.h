@@ -66,6 +66,12 @@ bool IsBrowsableFolder(macos::FSRef& ref, bool allowPackages);
 // The running system's version as binary-coded decimal, 10.9.0 being 0x100900. Computed once per host.
 std::uint32_t SystemVersionBCD();
 
+// The same from what `gestalt` answers, at each call. A system that does not tell its major, minor and
+// bug-fix numbers, all three, is asked for the older selector that holds them together; 0 when it does not
+// tell that either.
+using GestaltFunction = macos::OSErr(macos::OSType selector, std::int32_t* response);
+std::uint32_t systemVersionBCDFrom(GestaltFunction& gestalt);
+
 }  // namespace vennick
 
 #endif  // LEGACY_ALIASRESOLUTION_H

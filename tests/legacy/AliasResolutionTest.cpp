@@ -6,6 +6,8 @@
 #include <chrono>
 #include <thread>
 
+#include "macos/carbon/Gestalt.h"
+#include "macos/foundation/Dispatch.h"
 #include "tests/support/AliasFiles.h"
 #include "tests/support/IndependentReader.h"
 
@@ -400,6 +402,35 @@ TEST_F(Timeout, LateWorkerTouchesNothingThatHasEnded) {
   std::this_thread::sleep_for(std::chrono::milliseconds(200));
 }
 
+// A disk that does not answer is given up; what lies elsewhere is found as before.
+TEST_F(Timeout, LeavesEverythingElseToBeFound) {
+  const AliasHandle here = aliasTo(kFile);
+  const AliasHandle throughTheSlowDisk = aliasTo("/Users/anna/alias");
+  // The volumes are looked up anew as long as /Volumes changed within the last tick of the clock.
+  std::this_thread::sleep_for(std::chrono::milliseconds(50));
+  ASSERT_EQ(resolveItem(here).code, 0);
+  host.interpose<BlockingFileSystem>("/Volumes/Slow");
+  EXPECT_EQ(resolveItem(throughTheSlowDisk).code, -1401);
+  EXPECT_EQ(resolveItem(here).path, kFile);
+}
+
+// With all workers held up, an alias file that has nothing to do with them times out unread.
+TEST_F(Timeout, ComesToAJobThatCouldNotStart) {
+  writeAliasFile("/Users/anna/other", kFolder);
+  const auto slow = host.interpose<BlockingFileSystem>("/Volumes/Slow");
+  for (std::size_t i = 0; i < macos::kDispatchWorkerLimit; ++i) {
+    macos::dispatchAsyncGlobal(macos::DispatchPriority::High, [] {
+      (void)macos::Host::current().files().info("/Volumes/Slow/folder", macos::FollowLinks::No);
+    });
+  }
+  slow->waitForHeld(static_cast<int>(macos::kDispatchWorkerLimit));
+  const double seconds = giveUp("/Users/anna/other");
+  EXPECT_GE(seconds, 2.0);
+  EXPECT_LE(seconds, 2.5);
+  slow->release();
+  EXPECT_EQ(resolveFile("/Users/anna/other").path, kFolder);
+}
+
 TEST_F(Timeout, IsEachAliasFilesOwn) {
   writeAliasFile("/Users/anna/outer", "/Users/anna/alias");
   host.interpose<BlockingFileSystem>("/Volumes/Slow");
@@ -408,6 +439,28 @@ TEST_F(Timeout, IsEachAliasFilesOwn) {
   EXPECT_LE(seconds, 2.5);
   EXPECT_EQ(host.log().systemMessages().front().second,
             "Alias file resolution timed out for file:///Users/anna/alias");
+}
+
+TEST_F(Timeout, OfOneAliasFileBeginsWhenTheOneBeforeItHasAnswered) {
+  host.root().makeFolder("/Volumes/Slower");
+  writeAliasFile("/Volumes/Slower/inner", "/Volumes/Slow/folder");
+  writeAliasFile("/Users/anna/outer", "/Volumes/Slower/inner");
+  const auto first = host.interpose<BlockingFileSystem>("/Volumes/Slower");
+  const auto second = host.interpose<BlockingFileSystem>("/Volumes/Slow/folder");
+  std::thread disks([&] {
+    std::this_thread::sleep_for(std::chrono::milliseconds(1500));
+    first->release();
+    std::this_thread::sleep_for(std::chrono::milliseconds(1500));
+    second->release();
+  });
+  const auto start = std::chrono::steady_clock::now();
+  const Answer answer = resolveFile("/Users/anna/outer");
+  const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+  disks.join();
+  EXPECT_EQ(answer.code, 0);
+  EXPECT_EQ(answer.path, "/Volumes/Slow/folder");
+  EXPECT_GE(seconds, 2.5) << "together longer than either may take";
+  EXPECT_EQ(host.log().systemMessages().size(), 0U);
 }
 
 TEST_F(Timeout, MessageCutsALongURLAt2047Bytes) {
@@ -474,6 +527,20 @@ TEST(SystemVersion, IsComputedOncePerHost) {
   options.root = host.sharedRoot();
   const TestHost next(options);
   EXPECT_EQ(SystemVersionBCD(), 0x140201U);
+}
+
+// Knows two of the three numbers, and the older selector.
+OSErr olderSystem(macos::OSType selector, std::int32_t* response) {
+  if (selector == macos::gestaltSystemVersionBugFix) return macos::gestaltUndefSelectorErr;
+  *response = selector == macos::gestaltSystemVersion ? 0x1095 : 77;
+  return macos::noErr;
+}
+
+OSErr muteSystem(macos::OSType, std::int32_t*) { return macos::gestaltUndefSelectorErr; }
+
+TEST(SystemVersion, OfAnOlderSystemComesFromTheOlderSelector) {
+  EXPECT_EQ(systemVersionBCDFrom(olderSystem), 0x100905U);
+  EXPECT_EQ(systemVersionBCDFrom(muteSystem), 0U);
 }
 
 TEST(SystemVersion, WithoutAMacsOwnIsACurrentOne) {

@@ -7,6 +7,7 @@
 #include <thread>
 
 #include "tests/support/AliasFiles.h"
+#include "tests/support/HeapUse.h"
 
 namespace vennick {
 namespace {
@@ -467,12 +468,20 @@ TEST_F(List, GivesItsModeToItsItems) {
 
 // --- Cost
 
-// The operations on files that resolving so many favorites takes.
-long costOf(TestHost& host, CFItemList& list, int count) {
+// Resolving a favorite takes this many operations on files, however many there are: 43 for a folder whose
+// record did not change.
+constexpr long kOperationsForEach = 45;
+
+LegacyItemArray manyItems(std::size_t count) {
+  const Value alias = data(aliasTo("/Users/anna/a").bytes);
   Array array;
-  for (int i = 0; i < count; ++i)
-    array.append(Value(Dictionary{{"Name", Value("x")}, {"Alias", data(aliasTo("/Users/anna/a").bytes)}}));
-  list.setArray(itemArrayFromArray(array));
+  for (std::size_t i = 0; i < count; ++i)
+    array.append(Value(Dictionary{{"Name", Value("x")}, {"Alias", alias}}));
+  return itemArrayFromArray(array);
+}
+
+long costOf(TestHost& host, CFItemList& list, std::size_t count) {
+  list.setArray(manyItems(count + 1));
   // The volumes are looked up anew as long as /Volumes changed within the last tick of the clock.
   std::this_thread::sleep_for(std::chrono::milliseconds(50));
   list.resolveAt(0);
@@ -483,10 +492,41 @@ long costOf(TestHost& host, CFItemList& list, int count) {
   return total;
 }
 
-TEST_F(List, ResolvingAFavoriteCostsAFixedNumberOfLooks) {
-  const long ten = costOf(host, list, 11), hundred = costOf(host, list, 101);
-  EXPECT_EQ(hundred, ten * 10);
-  EXPECT_LE(ten / 10, 45) << "for each; 43 for a folder whose record did not change";
+TEST_F(List, ResolvingAFavoriteCostsAFixedNumberOfOperations) {
+  const long each = costOf(host, list, 1);
+  EXPECT_LE(each, kOperationsForEach);
+  EXPECT_EQ(costOf(host, list, 10'000), each * 10'000);
+  EXPECT_TRUE(stored(10'000).contains("URL"));
+}
+
+// Of one item again and again.
+TEST_F(List, MemoryDoesNotGrowWithTheNumberResolved) {
+  list.setArray(manyItems(1));
+  const auto useAfter = [&](int times) {
+    for (int i = 0; i < times; ++i) {
+      EXPECT_TRUE(list.resolveAt(0));
+      list.clearLocations();
+    }
+    return tests::allocatedBytes();
+  };
+  const std::size_t first = useAfter(1'000);
+  EXPECT_LE(useAfter(9'000), first + 1024);
+}
+
+// Of different items, none of which is kept: more than are remembered anywhere.
+TEST_F(List, MemoryDoesNotGrowWithTheNumberOfTargets) {
+  const auto useAfter = [&](int from, int to) {
+    for (int i = from; i < to; ++i) {
+      const std::string path = "/Users/anna/a/" + std::to_string(i);
+      host.root().makeFolder(path);
+      CFItem item(std::make_shared<Dictionary>(), ResolveMode::AnyTarget);
+      item.setAlias(aliasTo(path));
+      EXPECT_TRUE(item.url());
+    }
+    return tests::allocatedBytes();
+  };
+  const std::size_t first = useAfter(10'000, 11'500);
+  EXPECT_LE(useAfter(11'500, 13'000), first + 16 * 1024);
 }
 
 }  // namespace
