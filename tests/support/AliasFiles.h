@@ -14,21 +14,10 @@
 #include "macos/carbon/ResourceFork.h"
 #include "macos/foundation/Bookmark.h"
 #include "macos/foundation/FileMetadata.h"
+#include "tests/support/References.h"
 #include "tests/support/TestHost.h"
 
 namespace vennick::tests {
-
-inline macos::FSRef refTo(std::string_view path) {
-  macos::FSRef ref;
-  EXPECT_EQ(macos::FSPathMakeRef(path, &ref), macos::noErr) << path;
-  return ref;
-}
-
-// "" when the item is not found.
-inline std::string pathOf(const macos::FSRef& ref) {
-  std::string path;
-  return macos::FSRefMakePath(ref, &path) == macos::noErr ? path : "";
-}
 
 inline macos::AliasHandle aliasTo(std::string_view path) {
   macos::AliasHandle alias;

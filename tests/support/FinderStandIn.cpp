@@ -24,8 +24,16 @@ const char* argumentFor(FinderManner manner) {
       return "refuse";
     case FinderManner::IsSlow:
       return "slow";
+    case FinderManner::IsStuck:
+      return "stuck";
     case FinderManner::Dies:
       return "die";
+    case FinderManner::Moves:
+      return "move";
+    case FinderManner::MovesAndSaysZero:
+      return "move-zero";
+    case FinderManner::MovesAndDies:
+      return "move-die";
   }
   return "";
 }

@@ -16,7 +16,10 @@
 
 namespace vennick::tests {
 
-enum class FinderManner { Accepts, Refuses, IsSlow, Dies };
+// Accepts everything and does nothing, refuses, accepts after two seconds, never answers, ends before it
+// answers; and those that move what they are asked about to the Trash of the user: with nothing to say, with
+// an error number of 0, and ending before they answer.
+enum class FinderManner { Accepts, Refuses, IsSlow, IsStuck, Dies, Moves, MovesAndSaysZero, MovesAndDies };
 
 // Runs from the end of the constructor on; the test's host ends it at the latest.
 class FinderStandIn {
