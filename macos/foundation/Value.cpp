@@ -293,6 +293,15 @@ bool Dictionary::hasKeyAt(std::size_t index, std::string_view key) const {
 }
 
 const Value* Dictionary::find(std::string_view key) const& {
+  constexpr std::uint32_t kFew = 12;
+  if (node_ != nullptr && node_->count <= kFew) {
+    // To look at each is faster than to search: most are told apart by their lengths.
+    const Value* keys = node_->keys.node_->values();
+    for (std::uint32_t index = node_->count; index-- > 0;) {
+      if (keys[index].bytes() == key) return node_->values() + index;
+    }
+    return nullptr;
+  }
   const std::size_t index = lowerBound(key);
   return hasKeyAt(index, key) ? node_->values() + index : nullptr;
 }
