@@ -52,14 +52,15 @@ class ListLock {
   SharedItemList list_;
 };
 
+// REQUIRES: the indexes are not empty, ascending, and all in the list
 void removeIndexes(std::vector<SharedDictionary>& entries, const NSIndexSet& indexes) {
-  auto next = indexes.begin();
-  std::size_t index = 0;
-  std::erase_if(entries, [&](const SharedDictionary&) {
-    const bool isNamed = next != indexes.end() && *next == index++;
-    next += isNamed ? 1 : 0;
-    return isNamed;
-  });
+  const auto at = [&](std::size_t index) { return entries.begin() + static_cast<std::ptrdiff_t>(index); };
+  auto kept = at(indexes.front());
+  for (std::size_t i = 0; i < indexes.size(); ++i) {
+    const auto nextRemoved = i + 1 < indexes.size() ? at(indexes[i + 1]) : entries.end();
+    kept = std::move(at(indexes[i]) + 1, nextRemoved, kept);
+  }
+  entries.erase(kept, entries.end());
 }
 
 bool isMissingOrEmpty(const Dictionary& entry, std::string_view key) {
@@ -148,14 +149,27 @@ class VKItemArray::Announcement {
 struct VKItemArray::SoughtLocation {
   std::string text;
   bool exactly = true;
+  bool isASCII = true;
 
   explicit SoughtLocation(const NSURL& standardized)
-      : text(standardized.absoluteString()), exactly(isCaseSensitive(standardized)) {}
+      : text(standardized.absoluteString()),
+        exactly(isCaseSensitive(standardized)),
+        isASCII(macos::isASCII(text)) {}
 
   // An entry whose "url" is no string never matches.
   bool matches(const Dictionary& entry) const {
     const auto url = entry.string(ItemKeys::URL);
-    return url && (exactly ? *url == text : macos::compareCaseInsensitive(*url, text) == 0);
+    if (!url) {
+      return false;
+    }
+    if (exactly) {
+      return *url == text;
+    }
+    // Within ASCII letter case changes no length; beyond it it may.
+    if (isASCII && url->size() != text.size() && macos::isASCII(*url)) {
+      return false;
+    }
+    return macos::compareCaseInsensitive(*url, text) == 0;
   }
 };
 
@@ -328,10 +342,14 @@ bool VKItemArray::deleteItemForURL(const std::optional<NSURL>& url) {
 }
 
 bool VKItemArray::deleteMatching(const SoughtLocation& location) {
+  if (!items_) {
+    return false;
+  }
   const ListLock lock(items_);
   NSIndexSet indexes;
-  for (std::size_t index = 0; index < count(); ++index) {
-    if (location.matches(*items_->entries[index])) {
+  const auto& entries = items_->entries;
+  for (std::size_t index = 0; index < entries.size(); ++index) {
+    if (location.matches(*entries[index])) {
       indexes.push_back(index);
     }
   }

@@ -112,6 +112,17 @@ TEST_F(ItemArray, OnACaseInsensitiveVolumeRefreshesANameInOtherLetterCase) {
   EXPECT_EQ(array.lastItem()->date(), NSDate{5});
 }
 
+TEST_F(ItemArray, LetterCaseOfOtherScriptsIsNoDifferenceOnACaseInsensitiveVolume) {
+  host.volumes().change("/", [](macos::VolumeInfo& info) { info.isCaseSensitive = false; });
+  host.root().makeFolder("/kk");
+  // U+212A KELVIN SIGN, of three bytes, is a capital of "k".
+  const auto entry = std::make_shared<Dictionary>(Dictionary{{"url", Value("FILE:///\u212AK/")}});
+  array.addItem(VKItem(std::make_shared<Dictionary>(Dictionary{{"url", Value("file:///kkk/")}})));
+  array.addItem(VKItem(entry));
+  ASSERT_TRUE(array.itemForURL(url("/kk")));
+  EXPECT_EQ(array.itemForURL(url("/kk"))->dict(), entry);
+}
+
 TEST_F(ItemArray, ComparesAMissingLocationExactlyEvenOnACaseInsensitiveVolume) {
   host.volumes().change("/", [](macos::VolumeInfo& info) { info.isCaseSensitive = false; });
   add("/a");
