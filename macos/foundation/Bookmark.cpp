@@ -132,7 +132,10 @@ BookmarkData bookmarkOfAliasRecord(const AliasRecord& record, std::string_view b
 
 std::optional<NSData> bookmarkFromResourceFork(const std::string& path) {
   const auto fork = ResourceFork::decode(resourceForkAtPath(path));
-  const Resource* alias = fork ? fork->findFirst(rAliasType) : nullptr;
+  if (!fork) return std::nullopt;
+  // Whoever makes an alias file gives it this identifier; of any others the first counts.
+  const Resource* alias = fork->find(rAliasType, 0);
+  if (alias == nullptr) alias = fork->findFirst(rAliasType);
   if (alias == nullptr) return std::nullopt;
   const auto record = AliasRecord::decode(alias->data);
   if (!record) return std::nullopt;
