@@ -16,10 +16,6 @@ OSErr ResourceFile::FSOpenResFile(const FSRef& ref, ResourceFile* file) {
   return noErr;
 }
 
-bool ResourceFile::RemoveResource(OSType type, std::int16_t identifier) {
-  return fork_.remove(type, identifier);
-}
-
 OSErr ResourceFile::AddResource(Resource resource) {
   if (resource.data.empty()) return addResFailed;
   const auto item = itemOfReference(file_);

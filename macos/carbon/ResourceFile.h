@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// The Resource Manager over one file: its resource fork is read when it is opened, changed in memory, and
-// written back whole. A regular value that belongs to one thread; there is no current resource file.
+// The Resource Manager over one file: its resource fork is read when it is opened and written back
+// whole at every change. A regular value that belongs to one thread; there is no current resource file.
 #ifndef MACOS_CARBON_RESOURCEFILE_H
 #define MACOS_CARBON_RESOURCEFILE_H
 
@@ -20,10 +20,8 @@ class ResourceFile {
   static OSErr FSOpenResFile(const FSRef& ref, ResourceFile* file);
 
   const ResourceFork& fork() const { return fork_; }
-  // Whether there was one. Nothing is written yet.
-  bool RemoveResource(OSType type, std::int16_t identifier);
-  // Adds a resource, or replaces the one of its type and identifier, and writes the fork with all changes in
-  // one step: noErr means that the resource is on the disk. After a failure the disk is as it was.
+  // Adds a resource, or puts it in the place of the one of its type and identifier, and writes the fork:
+  // noErr means that the resource is on the disk. After a failure the disk is as it was.
   OSErr AddResource(Resource resource);
 
  private:

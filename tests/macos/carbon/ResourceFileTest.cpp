@@ -38,22 +38,13 @@ TEST_F(ResourceFiles, AddAndReplaceAndKeepTheOthersAndTheDataFork) {
   EXPECT_TRUE(file.fork().resources().empty());
   EXPECT_EQ(file.AddResource(kIcon), noErr);
   EXPECT_EQ(file.AddResource(kText), noErr);
-  Resource other = kText;
+  EXPECT_EQ(forkOnDisk().resources(), std::vector<Resource>({kIcon, kText}));
+  Resource other = kIcon;
   other.data = "other";
   EXPECT_EQ(file.AddResource(other), noErr);
-  EXPECT_EQ(forkOnDisk().resources(), std::vector<Resource>({kIcon, other}));
+  EXPECT_EQ(forkOnDisk().resources(), std::vector<Resource>({other, kText}));
+  EXPECT_EQ(file.fork(), forkOnDisk());
   EXPECT_EQ(host.root().readFile(kFile), "data fork");
-}
-
-TEST_F(ResourceFiles, RemoveIsWrittenTogetherWithWhatIsAdded) {
-  ResourceFile file;
-  ASSERT_EQ(ResourceFile::FSOpenResFile(refTo(kFile), &file), noErr);
-  ASSERT_EQ(file.AddResource(kIcon), noErr);
-  EXPECT_TRUE(file.RemoveResource(kIcon.type, kIcon.identifier));
-  EXPECT_FALSE(file.RemoveResource(kIcon.type, kIcon.identifier));
-  EXPECT_EQ(forkOnDisk().resources(), std::vector<Resource>({kIcon}));
-  ASSERT_EQ(file.AddResource(kText), noErr);
-  EXPECT_EQ(forkOnDisk().resources(), std::vector<Resource>({kText}));
 }
 
 TEST_F(ResourceFiles, LeaveADamagedForkAlone) {
