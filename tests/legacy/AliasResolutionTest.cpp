@@ -217,6 +217,51 @@ TEST_F(Resolution, GivesNameKindAndReference) {
   EXPECT_TRUE(folder.isFolder);
 }
 
+TEST_F(Resolution, HasNoOutputThatMustBeAskedFor) {
+  AliasHandle alias = aliasTo(kFile);
+  AliasHandle none;
+  EXPECT_EQ(ResolveItemAlias(alias, nullptr, {.name = false}, ResolveMode::AnyTarget, AllowUI::No,
+                             UseDisplayName::Yes, nullptr),
+            0);
+  EXPECT_EQ(
+      ResolveItemAlias(none, nullptr, {}, ResolveMode::AnyTarget, AllowUI::No, UseDisplayName::Yes, nullptr),
+      -50);
+  EXPECT_EQ(ResolveAliasChecked(alias, nullptr, kNoUI, nullptr), 0);
+  writeAliasFile("/Users/anna/alias", kFolder);
+  EXPECT_EQ(ResolveAliasFileWithTimeout(refTo("/Users/anna/alias"), nullptr, nullptr, nullptr, kNoUI), 0);
+}
+
+TEST_F(Resolution, ClearsItsOutputsAfterAFailure) {
+  ItemAliasTarget target{.name = "before", .ref = refTo(kFile), .isFolder = true};
+  AliasHandle alias = aliasTo(kFile);
+  bool wasChanged = true;
+  host.root().remove(kFile);
+  EXPECT_EQ(ResolveItemAlias(alias, &target, {}, ResolveMode::AnyTarget, AllowUI::No, UseDisplayName::Yes,
+                             &wasChanged),
+            -124);
+  EXPECT_EQ(target.name, "");
+  EXPECT_EQ(target.ref.hidden, FSRef().hidden);
+  EXPECT_FALSE(target.isFolder || wasChanged);
+  FSRef ref = refTo(kFolder);
+  wasChanged = true;
+  EXPECT_EQ(ResolveAliasChecked(alias, &ref, kWithUI, &wasChanged), -43);
+  EXPECT_EQ(ref.hidden, FSRef().hidden);
+  EXPECT_FALSE(wasChanged);
+}
+
+// Where a user may be asked, what is not at its path is looked for.
+TEST_F(Resolution, WithUIFindsARenamedTargetAndTellsOfTheChange) {
+  const AliasHandle alias = aliasTo(kFile);
+  move(host, kFile, "/Users/anna/Documents/renamed.txt");
+  EXPECT_EQ(resolveItem(alias, ResolveMode::AnyTarget, AllowUI::No).code, -124);
+  const Answer answer = resolveItem(alias, ResolveMode::AnyTarget, AllowUI::Yes);
+  EXPECT_EQ(answer.path, "/Users/anna/Documents/renamed.txt");
+  EXPECT_EQ(answer.name, "renamed.txt");
+  EXPECT_TRUE(answer.aliasChanged);
+  host.root().remove("/Users/anna/Documents/renamed.txt");
+  EXPECT_EQ(resolveItem(alias, ResolveMode::AnyTarget, AllowUI::Yes).code, -43);
+}
+
 TEST_F(Resolution, OfAPackageIsNoFolder) {
   host.root().makeFolder("/Users/anna/Tool.app");
   EXPECT_FALSE(resolveItem(aliasTo("/Users/anna/Tool.app")).isFolder);
@@ -232,6 +277,18 @@ TEST_F(Resolution, InAFolderListReplacesAFileByItsFolder) {
   EXPECT_EQ(target.name, "Documents");
   EXPECT_TRUE(target.isFolder);
   EXPECT_EQ(alias, aliasTo(kFolder));
+}
+
+TEST_F(Resolution, InAFolderListReplacesAPackageAndAnAliasFileOfADocumentToo) {
+  host.root().makeFolder("/Users/anna/Tool.app");
+  writeAliasFile("/Users/anna/Documents/alias", kFile);
+  for (const auto& [path, folder] :
+       {std::pair{"/Users/anna/Tool.app", "/Users/anna"}, {"/Users/anna/Documents/alias", kFolder}}) {
+    const Answer answer = resolveItem(aliasTo(path), ResolveMode::FolderList);
+    EXPECT_EQ(answer.path, folder);
+    EXPECT_TRUE(answer.isFolder && answer.aliasChanged);
+  }
+  EXPECT_FALSE(resolveItem(aliasTo(kFolder), ResolveMode::FolderList).aliasChanged);
 }
 
 TEST_F(Resolution, WithoutDisplayNamesGivesTheCatalogsName) {
@@ -274,10 +331,35 @@ TEST_F(Resolution, OfAnAliasFileThatLeadsNowhereGivesItsCode) {
   EXPECT_EQ(resolveItem(aliasTo("/Users/anna/loop")).code, -43);
 }
 
+// By path, wherever their volume's name is right; else not at all.
 TEST_F(Resolution, OfRealMacsRecordsResolvesWhenTheTargetIsHere) {
+  const AliasHandle onADisk{testData("alias-records/macos-alias_rawData_v2.alias")};
+  const std::string helper = "/Applications/iTunes.app/Contents/MacOS/iTunesHelper.app";
+  std::vector<AliasHandle> onTheBootVolume;
+  for (const char* name :
+       {"dtformats_loginitems_v3.alias",
+        "plaso_com_apple_loginitems_plist_SessionItems_CustomListItems_0_Alias_v3.alias"}) {
+    onTheBootVolume.push_back({testData(std::string("alias-records/") + name)});
+  }
+  EXPECT_EQ(resolveItem(onADisk).code, -124);
+  for (const AliasHandle& alias : onTheBootVolume) EXPECT_EQ(resolveItem(alias).code, -124);
+
   host.root().writeFile("/Volumes/Test Title/.background/TestBkg.tiff", "");
-  EXPECT_EQ(resolveItem({testData("alias-records/macos-alias_rawData_v2.alias")}).path,
-            "/Volumes/Test Title/.background/TestBkg.tiff");
+  host.root().makeFolder(helper);
+  const Answer file = resolveItem(onADisk);
+  EXPECT_EQ(file.path, "/Volumes/Test Title/.background/TestBkg.tiff");
+  EXPECT_EQ(file.name, "TestBkg.tiff");
+  for (const AliasHandle& alias : onTheBootVolume) {
+    const Answer application = resolveItem(alias);
+    EXPECT_EQ(application.path, helper);
+    EXPECT_FALSE(application.isFolder);
+    EXPECT_TRUE(application.aliasChanged) << "identifiers and dates are this disk's";
+  }
+
+  host.volumes().change("/", [](VolumeInfo& volume) { volume.name = "Elsewhere SSD"; });
+  host.volumes().change("/Volumes/Test Title", [](VolumeInfo& volume) { volume.name = "Best Title"; });
+  EXPECT_EQ(resolveItem(onADisk).code, -43);
+  for (const AliasHandle& alias : onTheBootVolume) EXPECT_EQ(resolveItem(alias).code, -43);
 }
 
 // --- Alias files
@@ -289,6 +371,29 @@ TEST_F(Resolution, OfAliasFilesFollowsOneAfterTheOther) {
   EXPECT_EQ(answer.code, 0);
   EXPECT_EQ(answer.path, kFolder);
   EXPECT_TRUE(answer.isFolder);
+}
+
+TEST_F(Resolution, OfAnAliasFileTellsFoldersFromPackages) {
+  host.root().makeFolder("/Users/anna/Letter.rtfd");
+  host.root().makeFolder("/Users/anna/Tool.app");
+  const auto isFolder = [](std::string_view target) {
+    writeAliasFile("/Users/anna/alias", target);
+    FSRef found;
+    bool isFolderThen = false;
+    bool wasAliased = false;
+    EXPECT_EQ(
+        ResolveAliasFileWithTimeout(refTo("/Users/anna/alias"), &found, &isFolderThen, &wasAliased, kNoUI),
+        0);
+    EXPECT_EQ(pathOf(found), target);
+    EXPECT_TRUE(wasAliased);
+    return isFolderThen;
+  };
+  EXPECT_TRUE(isFolder(kFolder));
+  EXPECT_FALSE(isFolder(kFile));
+  EXPECT_FALSE(isFolder("/Users/anna/Letter.rtfd"));
+  EXPECT_FALSE(isFolder("/Users/anna/Tool.app"));
+  EXPECT_EQ(resolveItem(aliasTo("/Users/anna/alias")).path, "/Users/anna/alias")
+      << "only folders are followed";
 }
 
 TEST_F(Resolution, OfWhatIsNoAliasFileFails) {
@@ -322,6 +427,9 @@ TEST_F(Resolution, OfMoreThan32AliasFilesIsGivenUp) {
   }
   EXPECT_EQ(resolveFile("/Users/anna/alias32").path, kFolder);
   EXPECT_EQ(resolveFile("/Users/anna/alias33").code, -1306);
+  FSRef ref = refTo("/Users/anna/alias33");
+  EXPECT_EQ(ResolveAliasChainInPlace(ref), -1306);
+  EXPECT_EQ(pathOf(ref), "/Users/anna/alias33");
 }
 
 TEST_F(Resolution, OnAnOlderSystemUsesTheAliasManager) {
@@ -501,9 +609,12 @@ TEST_F(Resolution, TellsBrowsableFolders) {
 // It looks like a mistake and is kept.
 TEST_F(Resolution, AskingForABrowsableFolderReplacesTheCallersReference) {
   writeAliasFile("/Users/anna/alias", kFolder);
-  FSRef ref = refTo("/Users/anna/alias");
-  EXPECT_TRUE(IsBrowsableFolder(ref, false));
-  EXPECT_EQ(pathOf(ref), kFolder);
+  host.root().makeLink("/Users/anna/link", "Documents");
+  for (const char* path : {"/Users/anna/alias", "/Users/anna/link"}) {
+    FSRef ref = refTo(path);
+    EXPECT_TRUE(IsBrowsableFolder(ref, false));
+    EXPECT_EQ(pathOf(ref), kFolder);
+  }
 }
 
 // --- The system's version

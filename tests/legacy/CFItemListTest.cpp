@@ -409,6 +409,23 @@ TEST_F(List, WithAnotherNameOrAnotherPlaceIsNoDuplicate) {
   EXPECT_EQ(list.count(), 4);
 }
 
+TEST_F(List, InsertingWithANameClearsTheLocation) {
+  list.insert(0, aliasTo("/Users/anna/a"), "Named", true);
+  EXPECT_TRUE(stored(0).contains("Alias"));
+  EXPECT_FALSE(stored(0).contains("URL") || stored(0).contains("ResolveError"));
+  list.insert(0, aliasTo("/Users/anna/a"), std::nullopt, true);
+  EXPECT_EQ(list.nameAt(0), "a");
+  EXPECT_TRUE(stored(0).contains("URL"));
+}
+
+TEST_F(List, LookingForADuplicateStoresWhereTheOthersLead) {
+  list.setArray(arrayOf({"a", "b"}));
+  list.insert(2, aliasTo("/Users/anna/c"), "b", false);
+  EXPECT_EQ(list.count(), 3);
+  EXPECT_FALSE(stored(0).contains("URL")) << "of another name";
+  EXPECT_TRUE(stored(1).contains("URL"));
+}
+
 TEST_F(List, AllowsDuplicatesWhenToldSo) {
   list.setArray(arrayOf({"a"}));
   list.insertAlias(1, aliasTo("/Users/anna/a"), true);

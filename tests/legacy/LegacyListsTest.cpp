@@ -4,8 +4,11 @@
 // written back into their sets at each switch.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "legacy/CFItemList.h"
 #include "legacy/LegacyPreferences.h"
+#include "macos/foundation/Log.h"
 #include "tests/legacy/LegacyHome.h"
 #include "tests/support/AliasFiles.h"
 
@@ -151,6 +154,44 @@ TEST_F(LegacyLists, EveryListOfASetIsWrittenBack) {
   preferences.switchToSet("A");
   EXPECT_EQ(favoritesOf(preferences), Array{item("c")});
   EXPECT_EQ(arrayFromItemArray(preferences.recents()), Array{item("b")});
+}
+
+TEST_F(LegacyLists, ARenamedSetKeepsItsLists) {
+  writeSets({{"A", setOf({item("a"), nameless("b")}, {item("b")})}, {"B", setOf({}, {})}}, "A");
+  openReadOnly();
+  LegacyPreferences preferences;
+  convertFavorites(preferences);
+  preferences.renameSet("A", "New");
+  const Array stored = arrayOfSet(preferences, "New", "Favorite");
+  ASSERT_EQ(stored.size(), 1U);
+  EXPECT_FALSE(stored[0].ifDictionary()->contains("URL"));
+  EXPECT_EQ(arrayOfSet(preferences, "New", "Recent"), Array{item("b")});
+}
+
+TEST_F(LegacyLists, ASaveStoresThemRepairedAndWithoutLocations) {
+  writeSets({{"A", setOf({item("a"), nameless("b")}, {item("b")})}}, "A");
+  LegacyPreferences preferences;
+  convertFavorites(preferences);
+  ASSERT_EQ(preferences.save(), 0);
+  const Dictionary favorites = readDomain(kLegacyFavoritesDomain);
+  ASSERT_EQ(favorites.array("Favorite")->size(), 1U);
+  const Dictionary& favorite = *(*favorites.array("Favorite"))[0].ifDictionary();
+  EXPECT_EQ(favorite.string("Name"), "a");
+  EXPECT_TRUE(favorite.contains("Alias") && favorite.contains("AliasChecksum"));
+  EXPECT_FALSE(favorite.contains("URL") || favorite.contains("FSRef") || favorite.contains("ResolveError"));
+}
+
+TEST_F(LegacyLists, AreShownInADump) {
+  writeSets({{"A", setOf({item("a")}, {item("b")})}}, "A");
+  const LegacyPreferences preferences;
+  preferences.dump("Title");
+  const std::vector<std::string> lines = host_.log().lines();
+  const auto shownAfter = [&](const char* heading) {
+    const auto found = std::find(lines.begin(), lines.end(), heading);
+    return found == lines.end() || found + 1 == lines.end() ? "" : *(found + 1);
+  };
+  EXPECT_EQ(shownAfter("** FAVORITES **"), macos::description(Value(Array{item("a")})));
+  EXPECT_EQ(shownAfter("** RECENTS **"), macos::description(Value(Array{item("b")})));
 }
 
 // What a run repairs and writes back stays in memory.
