@@ -6,6 +6,7 @@
 #include <stdexcept>
 #include <thread>
 
+#include "macos/foundation/PropertyList.h"
 #include "macos/foundation/Text.h"
 #include "tests/items/RecordingOwner.h"
 #include "tests/support/TestHost.h"
@@ -323,6 +324,27 @@ TEST_F(ItemArray, RemovesEveryEqualEntryAndAnnouncesTheFirst) {
   EXPECT_EQ(owner->notices, (std::vector<std::string>{"will remove [1] of 4", "did remove [1] of 1"}));
 }
 
+TEST_F(ItemArray, AfterARoundTripThroughAFileMoreEntriesAreEqual) {
+  // Deliberate: dates in a file have whole seconds, and equal entries go together.
+  for (const double date : {5.25, 5.75, 6.5}) {
+    array.addItem(VKItem(std::make_shared<Dictionary>(Dictionary{{"date", Value(NSDate{date})}})));
+  }
+  array.removeItem(array.objectAtIndexedSubscript(0));
+  ASSERT_EQ(array.count(), 2U) << "before it they differ";
+  array.insertItem(VKItem(std::make_shared<Dictionary>(Dictionary{{"date", Value(NSDate{5.25})}})), 0);
+  for (SharedDictionary& entry : array.items()->entries) {
+    using macos::NSPropertyListSerialization;
+    const auto file =
+        NSPropertyListSerialization::dataWithPropertyList(Value(*entry), macos::NSPropertyListFormat::XML);
+    ASSERT_TRUE(file.ok());
+    *entry = *NSPropertyListSerialization::propertyListWithData(*file)->value.ifDictionary();
+  }
+  owner->notices.clear();
+  array.removeItem(array.objectAtIndexedSubscript(0));
+  EXPECT_EQ(array.count(), 1U);
+  EXPECT_EQ(owner->notices, (std::vector<std::string>{"will remove [0] of 3", "did remove [0] of 1"}));
+}
+
 TEST_F(ItemArray, RemovingAnItemThatIsNotThereChangesAndAnnouncesNothing) {
   array.addItem(VKItem(record({"a"}, {})));
   owner->notices.clear();
@@ -340,6 +362,128 @@ TEST_F(ItemArray, RefusesAnIndexOutOfRangeBeforeAnyNotice) {
   EXPECT_THROW(array.objectsAtIndexes({0, 1}), std::out_of_range);
   EXPECT_THROW(array.setObject(VKItem(record({}, {})), 2), std::out_of_range);
   EXPECT_TRUE(owner->notices.empty());
+}
+
+TEST_F(ItemArray, AnItemWithoutADictionaryChangesNothing) {
+  add("/a");
+  owner->notices.clear();
+  array.addItem(VKItem());
+  array.insertItem(VKItem(), 0);
+  array.setObject(VKItem(), 0);
+  array.setObject(VKItem(), 1);
+  array.removeItem(VKItem());
+  EXPECT_EQ(shown(), "a");
+  EXPECT_TRUE(owner->notices.empty());
+}
+
+TEST_F(ItemArray, NoLocationFindsAndDeletesNothing) {
+  array.addItem(VKItem(std::make_shared<Dictionary>()));
+  array.addItem(VKItem(std::make_shared<Dictionary>(Dictionary{{"url", Value("")}})));
+  owner->notices.clear();
+  EXPECT_FALSE(array.itemForURL(std::nullopt));
+  EXPECT_FALSE(array.deleteItemForURL(std::nullopt));
+  EXPECT_EQ(array.count(), 2U);
+  EXPECT_TRUE(owner->notices.empty());
+}
+
+TEST_F(ItemArray, AnEntryWhoseLocationIsNoStringNeverMatches) {
+  for (const Value& value : {Value(), Value(7), Value(macos::NSData{"file:///a/"}), Value(url("/a")),
+                             Value(Array{Value("file:///a/")})}) {
+    array.addItem(VKItem(std::make_shared<Dictionary>(Dictionary{{"url", value}})));
+  }
+  EXPECT_FALSE(array.itemForURL(url("/a")));
+  EXPECT_FALSE(array.deleteItemForURL(url("/a")));
+  EXPECT_TRUE(add("/a"));
+  EXPECT_EQ(array.count(), 6U) << "nor is the newest one refreshed";
+}
+
+TEST_F(ItemArray, LocationsAreComparedByTheirEscapedText) {
+  host.root().makeFolder("/a b");
+  // Deliberate: another spelling of the same location is another text.
+  for (const char* text : {"file:///a b/", "file:///%61%20b/", "file:///a%20b", "file://localhost/a%20b/"}) {
+    array.addItem(VKItem(std::make_shared<Dictionary>(Dictionary{{"url", Value(text)}})));
+  }
+  EXPECT_FALSE(array.itemForURL(url("/a b")));
+  add("/a b");
+  EXPECT_EQ(array.itemForURL(url("/a b"))->dict(), array.items()->entries[4]);
+}
+
+TEST_F(ItemArray, GettersThatRepairAnnounceNothing) {
+  // Deliberate.
+  array.addItem(VKItem(std::make_shared<Dictionary>(Dictionary{{"url", Value("file:///a/")}})));
+  owner->notices.clear();
+  EXPECT_EQ(*array.lastItem()->fileTypes(), Array{Value("*")});
+  EXPECT_EQ(*array.lastItem()->applications(), Array{Value("*")});
+  EXPECT_EQ(array.items()->entries[0]->size(), 3U);
+  EXPECT_TRUE(owner->notices.empty());
+}
+
+TEST_F(ItemArray, FindsTheFirstEntryFromTheFront) {
+  for (int i = 0; i < 2; ++i) {
+    array.addURLForApp(url("/a"), "com.x", "txt");
+  }
+  EXPECT_EQ(array.itemForURL(url("/a"))->dict(), array.items()->entries[0]);
+  EXPECT_EQ(array.itemForApplication("com.x", "txt")->dict(), array.items()->entries[0]);
+  EXPECT_EQ((*array.itemsForApplication("com.x"))[1].dict(), array.items()->entries[1]);
+  EXPECT_EQ(array.count(), 2U) << "records are not looked at for duplicates";
+  EXPECT_TRUE(array.deleteItemForURL(url("/a")));
+  EXPECT_EQ(array.count(), 0U) << "all that match go";
+}
+
+TEST_F(ItemArray, DeletingAnnouncesExactlyTheMatchingIndexes) {
+  for (const char* path : {"/a", "/b", "/a", "/c", "/a"}) {
+    array.addURLForApp(url(path), std::nullopt, std::nullopt);
+  }
+  owner->notices.clear();
+  EXPECT_TRUE(array.deleteItemForURL(url("/a")));
+  EXPECT_EQ(shown(), "bc");
+  EXPECT_EQ(owner->notices,
+            (std::vector<std::string>{"will remove [0 2 4] of 5", "did remove [0 2 4] of 2"}));
+  EXPECT_FALSE(array.deleteItemForURL(url("/a")));
+}
+
+TEST_F(ItemArray, TrimsOneAnnouncedEntryAtATime) {
+  for (const char* path : {"/a", "/b", "/c", "/d"}) {
+    add(path);
+  }
+  owner->notices.clear();
+  array.removeItemsBeyondCapacity(2);
+  EXPECT_EQ(shown(), "cd");
+  EXPECT_EQ(owner->notices, (std::vector<std::string>{"will remove [0] of 4", "did remove [0] of 3",
+                                                      "will remove [0] of 3", "did remove [0] of 2"}));
+  array.removeItemsBeyondCapacity(0);
+  array.removeItemsBeyondCapacity(-5);
+  EXPECT_EQ(array.count(), 2U);
+}
+
+TEST_F(ItemArray, ASeparatorCountsAgainstTheLimit) {
+  add("/a");
+  EXPECT_TRUE(array.addURL({.type = kItemTypeSeparator, .limit = 1}));
+  EXPECT_EQ(array.count(), 1U);
+  EXPECT_EQ(array.lastItem()->type(), kItemTypeSeparator);
+}
+
+TEST_F(ItemArray, RemovesEqualStringsFromARecordsListsAndKeepsTheOthers) {
+  array.addItem(VKItem(record({"a", "b", "a"}, {"t", "u", "t"})));
+  owner->notices.clear();
+  EXPECT_TRUE(array.deleteItemForApplication("a", "t"));
+  EXPECT_EQ(*array.items()->entries[0], *record({"b"}, {"u"}));
+  EXPECT_EQ(owner->notices, (std::vector<std::string>{"will replace [0] of 1", "did replace [0] of 1"}));
+}
+
+TEST_F(ItemArray, KeepsLocationsWithNamesOfEveryKindOnce) {
+  const std::vector<std::string> names{"line\nbreak",         "caf\xE9",   "a:b", ".dot", "%41?#;",
+                                       std::string(255, 'n'), "\u00DCbung"};
+  for (int round = 0; round < 2; ++round) {
+    for (const std::string& name : names) {
+      host.root().makeFolder("/names/" + name);
+      EXPECT_TRUE(add("/names/" + name)) << name;
+      EXPECT_TRUE(array.itemForURL(url("/names/" + name))) << name;
+    }
+  }
+  EXPECT_EQ(array.count(), names.size());
+  add("/names/U\u0308bung");
+  EXPECT_EQ(array.count(), names.size()) << "the other normalization is the same folder";
 }
 
 TEST_F(ItemArray, GivesViewsInAscendingOrder) {
@@ -406,6 +550,19 @@ TEST_F(ItemArray, TellsObserversTheValuesThatCameAndWent) {
   EXPECT_EQ(changes[1].kind, macos::NSKeyValueChange::Removal);
   EXPECT_EQ(changes[1].oldValue, entry) << "taken before the removal";
   EXPECT_FALSE(changes[1].newValue);
+}
+
+TEST_F(ItemArray, TellsObserversBothValuesOfAReplacement) {
+  array.addItem(VKItem(record({"a", "b"}, {})));
+  std::vector<macos::NSKeyValueChangeDictionary> changes;
+  const auto token = owner->addObserver(
+      "favorites", macos::NSKeyValueObservingOptionNew | macos::NSKeyValueObservingOptionOld,
+      [&](std::string_view, const macos::NSKeyValueChangeDictionary& change) { changes.push_back(change); });
+  array.deleteItemForApplication("a", std::nullopt);
+  ASSERT_EQ(changes.size(), 1U);
+  EXPECT_EQ(changes[0].kind, macos::NSKeyValueChange::Replacement);
+  EXPECT_EQ(changes[0].oldValue, Value(Array{Value(*record({"a", "b"}, {}))})) << "taken at the will-change";
+  EXPECT_EQ(changes[0].newValue, Value(Array{Value(*record({"b"}, {}))})) << "taken at the did-change";
 }
 
 TEST_F(ItemArray, WorksSilentlyWithoutAnOwner) {

@@ -3,7 +3,15 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cerrno>
+
 #include "macos/foundation/Bookmark.h"
+#include "macos/foundation/Log.h"
+#include "macos/foundation/Text.h"
+#include "platform/FileQueries.h"
+#include "tests/support/ChildProcess.h"
+#include "tests/support/IndependentReader.h"
 #include "tests/support/TestHost.h"
 
 namespace vennick {
@@ -149,6 +157,138 @@ TEST_F(Item, WithWrongTypesUnderEveryKeyReadsAsEmpty) {
   }
 }
 
+TEST_F(Item, WithAnyOtherTypeUnderAKeyReadsThatKeyAsMissing) {
+  using Kind = Value::Kind;
+  const std::pair<const char*, std::vector<Kind>> fitting[] = {
+      {"url", {Kind::String}},
+      {"bookmark", {Kind::Data}},
+      {"name", {Kind::String}},
+      {"itemType", {Kind::Boolean, Kind::Integer, Kind::Real}},
+      {"date", {Kind::Date}},
+      {"hotkey", {Kind::Dictionary}},
+      {"fileTypes", {Kind::Array}},
+      {"applications", {Kind::Array}},
+      {"flags", {Kind::Boolean, Kind::Integer, Kind::Real}}};
+  const Value values[] = {Value(),
+                          Value(true),
+                          Value(7),
+                          Value(7.5),
+                          Value(NSDate{7}),
+                          Value(NSData{"book"}),
+                          Value("seven"),
+                          Value(*NSURL::URLWithString("file:///seven")),
+                          Value(Array{Value("seven")}),
+                          Value(Dictionary{{"keyCode", Value(7)}})};
+  // All that can be read, as one dictionary.
+  const auto readings = [](VKItem item) {
+    Dictionary all;
+    if (const auto url = item.url()) all.set("url", Value(*url));
+    if (const auto name = item.name()) all.set("name", Value(*name));
+    if (const auto date = item.date()) all.set("date", Value(*date));
+    if (const auto hotkey = item.hotkey()) all.set("hotkey", Value(*hotkey));
+    all.set("type", Value(item.type()));
+    all.set("flags", Value(item.flags()));
+    all.set("canBeRemounted", Value(item.canBeRemounted()));
+    const auto resolved = item.resolvedURL(768, folderURL("/Users"));
+    if (resolved) all.set("resolved", Value(*resolved));
+    all.set("fileTypes", Value(*item.fileTypes()));
+    all.set("applications", Value(*item.applications()));
+    return all;
+  };
+  const Dictionary missing = readings(VKItem(shared()));
+  for (const auto& [key, kinds] : fitting) {
+    for (const Value& value : values) {
+      const Dictionary read = readings(VKItem(shared({{key, value}})));
+      const bool fits = std::find(kinds.begin(), kinds.end(), value.kind()) != kinds.end();
+      EXPECT_EQ(read != missing, fits) << key << " = " << macos::description(value);
+    }
+  }
+}
+
+TEST_F(Item, ReadsFlagsOfAnyKindOfNumberCutTo32Bits) {
+  const auto flagsOf = [](Value value) { return VKItem(shared({{"flags", std::move(value)}})).flags(); };
+  EXPECT_EQ(flagsOf(Value(0)), 0U);
+  EXPECT_EQ(flagsOf(Value(false)), 0U);
+  EXPECT_EQ(flagsOf(Value(3.99)), 3U);
+  EXPECT_EQ(flagsOf(Value(std::int64_t{0x7'0000'0005})), 5U);
+  VKItem item(shared());
+  item.setFlags(0xFFFFFFFF);
+  EXPECT_EQ(item.dict()->integer("flags"), macos::Integer(0xFFFFFFFFU)) << "stored without a sign";
+  item.setType(0xFFFFFFFF);
+  EXPECT_EQ(item.dict()->integer("itemType"), macos::Integer(0xFFFFFFFFU));
+}
+
+TEST_F(Item, KeepsLocationsWithNamesOfEveryKind) {
+  std::string everyByte;
+  for (int byte = 1; byte < 256; ++byte) {
+    if (byte != '/') everyByte.push_back(static_cast<char>(byte));
+  }
+  for (const std::string& name :
+       {std::string("line\nbreak"), std::string("caf\xE9"), std::string("a:b"), std::string(".dot"),
+        std::string("%41?#;"), everyByte, std::string(255, 'n'), std::string("caf\u00E9"),
+        std::string("cafe\u0301")}) {
+    const std::string path = "/Users/anna/" + name;
+    host.root().writeFile(path, "x");
+    VKItem item(shared());
+    item.setUrl(NSURL::fileURLWithPath(path));
+    EXPECT_EQ(item.type(), kItemTypeFile) << name;
+    EXPECT_TRUE(item.dict()->contains("bookmark")) << name;
+    EXPECT_TRUE(macos::isValidUTF8(item.name().value_or("\xFF"))) << name;
+    const auto resolved = item.resolvedURL(768, std::nullopt);
+    ASSERT_TRUE(resolved) << name;
+    EXPECT_TRUE(pathExistsAndIsFile(*resolved)) << name;
+    const std::string moved = "/Users/anna/moved";
+    ASSERT_TRUE(host.files().rename(path, moved, macos::FileSystem::Replace::No).ok()) << name;
+    const auto healed = item.resolvedURL(768, std::nullopt);
+    ASSERT_TRUE(healed) << name;
+    EXPECT_EQ(healed->absoluteString(), "file:///Users/anna/moved") << name;
+    host.root().remove(moved);
+  }
+}
+
+TEST_F(Item, WithABookmarkCutAtAnyByteNeverComesToHarm) {
+  host.root().writeFile("/Users/anna/a.txt", "x");
+  VKItem item(shared());
+  item.setUrl(NSURL::fileURLWithPath("/Users/anna/a.txt"));
+  const std::string whole(*item.dict()->data("bookmark"));
+  item.dict()->set("url", Value("file:///Users/anna/gone.txt"));
+  for (std::size_t length = 0; length < whole.size(); ++length) {
+    item.dict()->set("bookmark", Value(NSData{whole.substr(0, length)}));
+    EXPECT_EQ(item.resolvedURL(768, std::nullopt), std::nullopt) << length;
+    EXPECT_TRUE(item.canBeRemounted()) << length;
+    EXPECT_EQ(item.dict()->string("url"), "file:///Users/anna/gone.txt") << length;
+  }
+}
+
+TEST_F(Item, InAFolderThatMayNotBeReadHasNoBookmark) {
+  host.root().writeFile("/Users/anna/closed/a.txt", "x");
+  host.root().giveTo(tests::kOrdinaryUser);
+  ASSERT_TRUE(host.files().setMode("/Users/anna/closed", 0).ok());
+  tests::expectAsOrdinaryUser([] {
+    VKItem item(shared());
+    item.setUrl(NSURL::fileURLWithPathIsDirectory("/Users/anna/closed/a.txt", false));
+    EXPECT_EQ(item.name(), "a.txt");
+    EXPECT_EQ(item.type(), kItemTypeFolder);
+    EXPECT_FALSE(item.dict()->contains("bookmark"));
+  });
+  ASSERT_TRUE(host.files().setMode("/Users/anna/closed", 0755).ok());
+}
+
+TEST_F(Item, WhoseLocationVanishesWhileItIsSetIsStillWhole) {
+  for (long nth = 1; nth < 60; ++nth) {
+    host.root().writeFile("/Users/anna/a.txt", "x");
+    VKItem item(shared());
+    const NSURL url = NSURL::fileURLWithPathIsDirectory("/Users/anna/a.txt", false);
+    host.interpose<tests::FailingFileSystem>(nth, ENOENT);
+    item.setUrl(url);
+    (void)item.resolvedURL(768, std::nullopt);
+    host.removeInterposed();
+    EXPECT_EQ(item.name(), "a.txt") << nth;
+    EXPECT_TRUE(item.type() == kItemTypeFile || item.type() == kItemTypeFolder) << nth;
+    EXPECT_EQ(item.resolvedURL(768, std::nullopt), url) << nth;
+  }
+}
+
 TEST_F(Item, WithoutADictionaryReadsAsEmptyAndChangesNothing) {
   VKItem item;
   item.setName("a");
@@ -261,6 +401,35 @@ TEST_F(Item, CanBeRemountedOnlyOnAnEjectableOrForeignVolume) {
   EXPECT_TRUE(canBeRemounted("/Volumes/Stick/a"));
   EXPECT_TRUE(canBeRemounted("/Volumes/Server/a"));
   EXPECT_FALSE(canBeRemounted("/Users/anna/a"));
+}
+
+TEST_F(Item, HasABookmarkWithItsVolumesFactsForAnIndependentReader) {
+  host.root().makeFolder("/Volumes/Stick/a");
+  host.root().makeFolder("/Volumes/Server/a");
+  host.volumes().change("/Volumes/Stick", [](macos::VolumeInfo& info) { info.isEjectable = true; });
+  host.volumes().change("/Volumes/Server", [](macos::VolumeInfo& info) {
+    info.isLocal = false;
+    info.remountURL = "smb://server/Share";
+  });
+  const auto reading = [](std::string_view path) {
+    VKItem item(shared());
+    item.setUrl(folderURL(path));
+    return readIndependently("bookmark.py", item.dict()->data("bookmark").value_or(""));
+  };
+  // Of the volume's facts bit 0x1 says local and 0x20 ejectable.
+  const auto facts = [](const std::string& text) {
+    const std::size_t start = text.find("\n2020 flags ");
+    return start == std::string::npos ? 0 : std::stoull(text.substr(start + 12), nullptr, 16) & 0x21;
+  };
+  const std::string home = reading("/Users/anna");
+  const std::string stick = reading("/Volumes/Stick/a");
+  const std::string server = reading("/Volumes/Server/a");
+  EXPECT_EQ(facts(home), 0x1U) << home;
+  EXPECT_EQ(facts(stick), 0x21U) << stick;
+  EXPECT_EQ(facts(server), 0x0U) << server;
+  EXPECT_NE(server.find("\n2050 <smb://server/Share>\n"), std::string::npos) << server;
+  EXPECT_EQ(stick.find("\n2050 "), std::string::npos) << stick;
+  EXPECT_NE(stick.find("\nD010 s32 0\n"), std::string::npos) << "made with no options\n" << stick;
 }
 
 TEST_F(Item, CanBeRemountedByABookmarkThatCannotBeRead) {

@@ -4,12 +4,15 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <mutex>
+#include <set>
 #include <thread>
 
 #include "macos/foundation/FileMetadata.h"
 #include "macos/foundation/RunLoop.h"
 #include "tests/support/BundleSketch.h"
 #include "tests/support/ChildProcess.h"
+#include "tests/support/IndependentReader.h"
 #include "tests/support/TestHost.h"
 
 namespace vennick {
@@ -137,6 +140,38 @@ TEST(FileQueries, AliasesAndHiddenItemsAreRecognised) {
   EXPECT_FALSE(pathIsHidden(web("/.dot")));
 }
 
+TEST(FileQueries, AFlagOfTheFindersInTheFileBesideCountsToo) {
+  TestHost host;
+  // An AppleDouble file of nothing but the Finder's information, its invisible bit (0x4000) set.
+  std::string partner("\0\5\x16\7\0\2\0\0", 8);
+  partner += std::string(16, ' ') + std::string("\0\1\0\0\0\11\0\0\0\x26\0\0\0\x20", 14);
+  partner += std::string(8, '\0') + std::string("\x40\0", 2) + std::string(22, '\0');
+  host.root().writeFile("/seen", "");
+  host.root().writeFile("/unseen", "");
+  host.root().writeFile("/._unseen", partner);
+  EXPECT_TRUE(pathIsHidden(url("/unseen")));
+  EXPECT_FALSE(pathIsHidden(url("/seen")));
+}
+
+TEST(FileQueries, APackageHasTheFindersBitOrAnExtensionInAnyLetterCaseAndAFrameworkIsNone) {
+  TestHost host;
+  for (const auto* extension : {"app", "bundle", "rtfd", "plugin", "kext", "prefPane", "saver", "workflow",
+                                "scptd", "mpkg", "pages", "numbers", "key", "photoslibrary", "APP", "rTfD"}) {
+    const std::string path = std::string("/P.") + extension;
+    host.root().makeFolder(path);
+    EXPECT_TRUE(pathIsPackage(path)) << extension;
+    EXPECT_TRUE(pathExistsAndIsFileOrPackage(url(path))) << extension;
+  }
+  host.root().makeFolder("/P.framework");
+  EXPECT_FALSE(pathIsPackage("/P.framework"));
+  EXPECT_FALSE(pathExistsAndIsFileOrPackage("/P.framework"));
+  host.root().makeFolder("/bit");
+  EXPECT_FALSE(pathIsPackage(url("/bit")));
+  setFlags("/bit", 0x2000);
+  EXPECT_TRUE(pathIsPackage(url("/bit")));
+  EXPECT_TRUE(pathIsPackage("/bit"));
+}
+
 TEST(FileQueries, PathIsEjectableOfALocationOnAnEjectableVolumeIsNo) {
   TestHost host;
   host.root().writeFile("/Volumes/Stick/x", "");
@@ -226,6 +261,44 @@ TEST(FileQueries, SizeIsDeliveredOnTheMainThreadByTheRunLoop) {
   EXPECT_EQ(thread, std::this_thread::get_id());
 }
 
+// Notes which thread asks the disk for an item.
+class ThreadNotingFileSystem : public tests::ForwardingFileSystem {
+ public:
+  using ForwardingFileSystem::ForwardingFileSystem;
+  std::set<std::thread::id> threads() {
+    const std::lock_guard lock(mutex_);
+    return threads_;
+  }
+
+ protected:
+  macos::Status before(const tests::FileEvent&) override {
+    const std::lock_guard lock(mutex_);
+    threads_.insert(std::this_thread::get_id());
+    return {};
+  }
+
+ private:
+  std::mutex mutex_;
+  std::set<std::thread::id> threads_;
+};
+
+TEST(FileQueries, SizeToBeDeliveredIsFoundOutInTheBackground) {
+  tests::TestHostOptions options;
+  options.realClock = true;
+  TestHost host(options);
+  host.root().writeFile("/d/a", "");
+  const NSURL folder = url("/d");
+  std::int64_t delivered = -1;
+  const auto noting = host.interpose<ThreadNotingFileSystem>();
+  sizeDeliveredToBlock(folder, [&](std::int64_t entries) { delivered = entries; });
+  for (int i = 0; i < 100 && delivered < 0; ++i) {
+    macos::NSRunLoop::mainRunLoop().runUntilDate(NSDate::dateWithTimeIntervalSinceNow(0.02));
+  }
+  EXPECT_EQ(delivered, 1);
+  EXPECT_EQ(noting->threads().size(), 1U);
+  EXPECT_FALSE(noting->threads().contains(std::this_thread::get_id()));
+}
+
 TEST(FileQueries, AnAliasFileLeadsToWhatItWasMadeFor) {
   TestHost host;
   host.root().writeFile("/Users/anna/target", "");
@@ -235,6 +308,28 @@ TEST(FileQueries, AnAliasFileLeadsToWhatItWasMadeFor) {
   host.root().remove("/Users/anna/target");
   EXPECT_EQ(URLByResolvingAliasFile(url("/Users/anna/alias")), url("/Users/anna/alias"))
       << "one that leads nowhere is itself";
+}
+
+TEST(FileQueries, AnAliasFileHoldsABookmarkThatAnIndependentReaderReads) {
+  TestHost host;
+  host.root().writeFile("/Users/anna/target", "");
+  ASSERT_FALSE(createAliasFileAtURL(url("/Users/anna/target"), url("/Users/anna/alias")).has_value());
+  const std::string text = readIndependently("bookmark.py", host.root().readFile("/Users/anna/alias"));
+  EXPECT_TRUE(text.starts_with("file created ")) << text;
+  EXPECT_NE(text.find("\n1004 ['Users', 'anna', 'target']\n"), std::string::npos) << text;
+  EXPECT_NE(text.find("\nD010 s32 1024\n"), std::string::npos) << "the options that it was made with\n"
+                                                               << text;
+  EXPECT_EQ(readIndependently("appledouble.py", host.root().readFile("/Users/anna/._alias")),
+            "finder alis MACS flags 0x8000\n");
+}
+
+TEST(FileQueries, AnAliasFileFindsItsItemAfterAMove) {
+  TestHost host;
+  host.root().writeFile("/Users/anna/target", "");
+  ASSERT_FALSE(createAliasFileAtURL(url("/Users/anna/target"), url("/Users/anna/alias")).has_value());
+  ASSERT_TRUE(
+      host.files().rename("/Users/anna/target", "/Users/anna/renamed", macos::FileSystem::Replace::No).ok());
+  EXPECT_EQ(URLByResolvingAliasFile(url("/Users/anna/alias")), url("/Users/anna/renamed"));
 }
 
 TEST(FileQueries, WhatIsNoAliasFileResolvesToItself) {
@@ -267,6 +362,20 @@ TEST(FileQueries, NamesOfEveryByteAreFound) {
   }
   EXPECT_FALSE(pathExists("/d/" + longest + "n"));
   EXPECT_FALSE(pathExists(std::string("/d\0/a:b", 7)));
+}
+
+TEST(FileQueries, ANameInEitherNormalizationIsFound) {
+  TestHost host;
+  host.root().writeFile("/d/caf\u00E9", "1234");
+  host.root().writeFile("/d/U\u0308bung", "12345");
+  for (const auto* path : {"/d/caf\u00E9", "/d/cafe\u0301"}) {
+    EXPECT_TRUE(pathExistsAndIsFile(path)) << path;
+    EXPECT_EQ(size(url(path)), 4) << path;
+  }
+  for (const auto* path : {"/d/\u00DCbung", "/d/U\u0308bung"}) {
+    EXPECT_TRUE(pathExists(url(path))) << path;
+    EXPECT_EQ(size(url(path)), 5) << path;
+  }
 }
 
 TEST(FileQueries, AnEntryThatVanishesBetweenTwoCallsDoesNoHarm) {

@@ -6,6 +6,7 @@
 #include "macos/carbon/ResourceFork.h"
 #include "macos/foundation/FileMetadata.h"
 #include "tests/support/BundleSketch.h"
+#include "tests/support/IndependentReader.h"
 #include "tests/support/TestHost.h"
 
 namespace vennick {
@@ -146,6 +147,51 @@ TEST(Icons, AnApplicationsFolderInICloudIsBadgedWithItsIcon) {
   EXPECT_EQ(greyAt(127, 127), 200);
   EXPECT_EQ(greyOf(icon(NSURL::fileURLWithPath("/Users/anna/Library/Mobile Documents/com~apple~None"))), 10)
       << "without the application it is the plain folder";
+}
+
+TEST(Icons, ThePicturesThatWeShipAreShownByAnotherReader) {
+  const auto root = std::make_shared<TemporaryRoot>();
+  const std::string executable = makeBundle(*root, "/Test.app", "Test");
+  for (const auto* name : {"GenericFolder", "GenericDocument", "GenericApplication", "Computer", "iCloud"}) {
+    const std::string file = std::string(name) + ".png";
+    root->copyIn(VENNICK_SOURCE "/resources/" + file, "/Test.app/Contents/Resources/" + file);
+  }
+  root->makeExecutable("/bin/defaults", "#!/bin/sh\n");
+  root->writeFile("/file.txt", "");
+  makeBundle(*root, "/Applications/Sketch.app", "Sketch");
+  root->makeFolder("/Users/anna/Library/Mobile Documents/Sketch");
+  TestHost host({.root = root, .executable = executable, .toolFolders = {root->hostPath("/bin")}});
+  const NSURL container = NSURL::fileURLWithPath("/Users/anna/Library/Mobile Documents/Sketch");
+  const std::pair<const char*, std::optional<NSImage>> images[] = {
+      {"folder", icon(url("/Users"))},
+      {"document", icon(url("/file.txt"))},
+      {"application", thumbnail(url("/Applications/Sketch.app"))},
+      {"computer", icon(NSURL::fileURLWithPath("/Volumes"))},
+      {"cloud", icon(NSURL::fileURLWithPath("/Users/anna/Library/Mobile Documents"))},
+      {"badged", icon(container)},
+      {"badged by name", badgedIconForApplication("Sketch")}};
+  for (const auto& [what, image] : images) {
+    ASSERT_TRUE(image.has_value()) << what;
+    EXPECT_EQ(image->format(), NSImage::Format::PNG) << what;
+    const std::string pixels = readIndependently("png.py", image->data());
+    EXPECT_TRUE(pixels.starts_with("128 128\n")) << what << ": " << pixels.substr(0, 80);
+  }
+  // The badge covers the lower right quarter alone.
+  const auto plain = images[0].second->bitmap(128);
+  const auto badged = images[5].second->bitmap(128);
+  ASSERT_TRUE(plain && badged);
+  const auto quarter = [](const Bitmap& bitmap, std::size_t x, std::size_t y) {
+    std::vector<std::uint8_t> pixels;
+    for (std::size_t row = y; row < y + 64; ++row) {
+      const auto first = bitmap.pixels.begin() + static_cast<std::ptrdiff_t>((row * 128 + x) * 4);
+      pixels.insert(pixels.end(), first, first + 64 * 4);
+    }
+    return pixels;
+  };
+  EXPECT_EQ(quarter(*badged, 0, 0), quarter(*plain, 0, 0));
+  EXPECT_EQ(quarter(*badged, 64, 0), quarter(*plain, 64, 0));
+  EXPECT_EQ(quarter(*badged, 0, 64), quarter(*plain, 0, 64));
+  EXPECT_NE(quarter(*badged, 64, 64), quarter(*plain, 64, 64));
 }
 
 TEST(Icons, WithoutAnyPictureThereIsNone) {

@@ -3,7 +3,8 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
+#include <chrono>
+#include <utility>
 
 #include "platform/FileQueries.h"
 #include "platform/LanguageMonitor.h"
@@ -146,13 +147,28 @@ TEST(LocalizedNames, WithoutAToolTheFileManagerAnswersAndNothingIsRemembered) {
 }
 
 TEST(LocalizedNames, AToolThatHangsOrFloodsCountsAsNoOutput) {
-  for (const auto* script : {"sleep 60", "while :; do echo xxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxx; done"}) {
+  const std::pair<const char*, const char*> cases[] = {
+      {"sleep 60", "took too long and was ended"},
+      {"while :; do echo xxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxx; done", "printed too much and was ended"},
+      {"head -c 65537 /dev/zero | tr '\\0' x", "printed too much and was ended"}};
+  for (const auto& [script, what] : cases) {
     Machine machine(script);
+    const auto started = std::chrono::steady_clock::now();
     EXPECT_EQ(displayNameAtPathInLocale("/Users/anna", std::nullopt), "anna");
-    EXPECT_TRUE(machine.host->log().contains("displayNameTool error: no output")) << script;
+    EXPECT_LT(std::chrono::steady_clock::now() - started, std::chrono::seconds(30))
+        << "two seconds are given";
+    const std::string command = "'" + machine.root->hostPath(kTool) + "' '%2FUsers%2Fanna'";
+    EXPECT_EQ(machine.host->log().messages(),
+              (Strings{command + ": " + what, "displayNameTool error: no output"}));
     EXPECT_EQ(displayNameAtPathInLocale("/Users/anna", std::nullopt), "anna");
     EXPECT_EQ(machine.calls(), "[%2FUsers%2Fanna]\n");
   }
+}
+
+TEST(LocalizedNames, AnAnswerOf64KiBIsTakenWhole) {
+  Machine machine("head -c 65536 /dev/zero | tr '\\0' x");
+  EXPECT_EQ(displayNameAtPathInLocale("/x", std::nullopt), std::string(65536, 'x'));
+  EXPECT_EQ(machine.host->log().messages(), Strings{});
 }
 
 TEST(LocalizedNames, AnApostropheInTheToolsPathStaysInOneWord) {
