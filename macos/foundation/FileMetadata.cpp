@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "macos/foundation/FileMetadata.h"
 
+#include <cerrno>
+
 #include "macos/carbon/AppleDouble.h"
 #include "macos/foundation/BookmarkData.h"
 #include "macos/foundation/Path.h"
@@ -42,6 +44,9 @@ std::optional<std::string> firstAttribute(std::string_view path, const std::stri
   }
   return std::nullopt;
 }
+
+// Whether the host has no room for the partner's name, which is longer than the item's.
+bool isNameTooLong(const Status& status) { return status.errnoValue() == ENAMETOOLONG; }
 
 // Changes the partner, or makes one. A damaged one is left as it is.
 template <typename Change>
@@ -87,14 +92,18 @@ Status setFinderInfo(std::string_view path, const FinderInfo& info) {
   std::string_view attribute;
   if (firstAttribute(path, kFinderInfoAttributes, &attribute))
     return files().setAttribute(path, attribute, info.encode());
-  return changePartner(path, [&](AppleDouble& partner) { partner.finderInfo = info; });
+  Status status = changePartner(path, [&](AppleDouble& partner) { partner.finderInfo = info; });
+  if (!isNameTooLong(status)) return status;
+  return files().setAttribute(path, kFinderInfoAttributes[0], info.encode());
 }
 
 Status setResourceFork(std::string_view path, std::string_view fork) {
   std::string_view attribute;
   if (firstAttribute(path, kResourceForkAttributes, &attribute))
     return files().setAttribute(path, attribute, fork);
-  return changePartner(path, [&](AppleDouble& partner) { partner.resourceFork = fork; });
+  Status status = changePartner(path, [&](AppleDouble& partner) { partner.resourceFork = fork; });
+  if (!isNameTooLong(status)) return status;
+  return files().setAttribute(path, kResourceForkAttributes[0], fork);
 }
 
 bool isAliasFile(std::string_view path, const FileInfo& item) {

@@ -27,7 +27,7 @@ FinderInfo finderInfoAtPath(std::string_view path);
 std::string resourceForkAtPath(std::string_view path);
 
 // Written where they are found today, else into the partner, which is made when it is missing and keeps
-// whatever else it holds.
+// whatever else it holds; into an attribute where the host has no room for the partner's name.
 Status setFinderInfo(std::string_view path, const FinderInfo& info);
 Status setResourceFork(std::string_view path, std::string_view fork);
 
