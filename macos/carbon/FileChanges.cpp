@@ -172,6 +172,26 @@ OSErr copyToPlace(const ItemOnDisk& item, const std::string& path, const Place& 
   return code;
 }
 
+// The partner first: no file of the name is ever seen without what belongs to it.
+Status createWithPartner(const std::string& path, const std::string& partner, std::string_view content) {
+  if (Status made = files().create(partner, content, kNewFileMode); !made.ok()) return made;
+  Status made = files().create(path, "", kNewFileMode);
+  if (!made.ok()) (void)files().removeFile(partner);
+  return made;
+}
+
+// Where the host has no room for the partner's name. What belongs to the file must then find a place in its
+// attributes.
+Status createWithoutPartner(const std::string& path, const AppleDouble& content) {
+  Status made = files().create(path, "", kNewFileMode);
+  if (!made.ok()) return made;
+  made = setFinderInfo(path, content.finderInfo);
+  if (made.ok()) made = setResourceFork(path, content.resourceFork);
+  if (made.ok()) return made;
+  (void)files().removeFile(path);
+  return {ErrorCode::InvalidArgument, path, "the name is too long for what belongs to the file"};
+}
+
 // The date as the host has it; the format has more room before 1970 than behind 2262.
 UnixNanoseconds unixTime(UTCDateTime date) {
   const auto seconds = static_cast<std::int64_t>(date >> kFractionBits) - kMacEpochBefore1970;
@@ -255,14 +275,9 @@ OSErr FSCreateResFile(const FSRef& parent, const HFSUniStr255& name, FSCatalogIn
   AppleDouble content;
   if (info != nullptr && (whichInfo & kFSCatInfoFinderInfo) != 0) content.finderInfo = info->finderInfo;
   content.resourceFork = ResourceFork().encode().valueOr({});
-  // The partner first: no file of the name is ever seen without what belongs to it.
-  Status made = files().create(partner, content.encode().valueOr({}), kNewFileMode);
+  Status made = createWithPartner(path, partner, content.encode().valueOr({}));
+  if (made.errnoValue() == ENAMETOOLONG) made = createWithoutPartner(path, content);
   if (!made.ok()) return codeOfChange(made, folder.info);
-  made = files().create(path, "", kNewFileMode);
-  if (!made.ok()) {
-    (void)files().removeFile(partner);
-    return codeOfChange(made, folder.info);
-  }
   return newRef != nullptr ? FSPathMakeRef(path, newRef) : noErr;
 }
 

@@ -40,8 +40,9 @@ inline constexpr OptionBits kFSFileOperationOverwrite = 0x1;
 OSErr FSCopyObjectSync(const FSRef& source, const FSRef& destination, const HFSUniStr255* name, FSRef* target,
                        OptionBits options);
 
-// Makes an empty file with a resource fork that holds no resource. Of the catalog information the Finder's
-// is used, when whichInfo has its bit. The code is that of ResError.
+// Makes an empty file with a resource fork that holds no resource, in the partner or, where the host has no
+// room for the partner's name, in attributes; bdNamErr when it has none of these either. Of the catalog
+// information the Finder's is used, when whichInfo has its bit. The code is that of ResError.
 OSErr FSCreateResFile(const FSRef& parent, const HFSUniStr255& name, FSCatalogInfoBitmap whichInfo,
                       const FSCatalogInfo* info, FSRef* newRef);
 

@@ -6,6 +6,13 @@
 
 namespace macos {
 
+namespace {
+
+// What is read again from every place where a fork is kept, with room for what is kept beside it.
+constexpr std::size_t kLargestFork = (16 * 1024 - 64) * 1024;
+
+}  // namespace
+
 OSErr ResourceFile::FSOpenResFile(const FSRef& ref, ResourceFile* file) {
   const auto item = itemOfReference(ref);
   if (!item) return fnfErr;
@@ -23,7 +30,7 @@ OSErr ResourceFile::AddResource(Resource resource) {
   ResourceFork changed = fork_;
   changed.set(std::move(resource));
   const auto bytes = changed.encode();
-  if (!bytes) return addResFailed;
+  if (!bytes || bytes->size() > kLargestFork) return addResFailed;
   if (const Status written = setResourceFork(item->path, *bytes); !written.ok()) return resultCode(written);
   fork_ = std::move(changed);
   return noErr;

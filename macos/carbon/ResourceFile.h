@@ -11,7 +11,7 @@
 namespace macos {
 
 inline constexpr OSErr mapReadErr = -199;    // the fork is damaged
-inline constexpr OSErr addResFailed = -194;  // no data, or no room for it in the format
+inline constexpr OSErr addResFailed = -194;  // no data, or too much of it
 
 class ResourceFile {
  public:

@@ -41,9 +41,13 @@ TEST_F(AppleEventURLParam, GetFSRefFromURLParamLeadsToTheItem) {
 
 TEST_F(AppleEventURLParam, GetFSRefFromURLParamHasNoMemoryForWhatIsNoURLOrNoItem) {
   macos::FSRef ref;
-  for (const char* text : {"", "file:///Users/anna/missing", "http://example.com/", "\xFF", "file:///a b%"}) {
-    EXPECT_EQ(vennick::GetFSRefFromURLParam(eventWithText(text), kKey, &ref), -108) << text;
+  for (const std::string& text :
+       {std::string(), std::string("file:///Users/anna/missing"), std::string("http://example.com/"),
+        std::string("\xFF"), std::string("file:///a b%"), std::string("file:///\0", 9),
+        "file:///" + std::string(1 << 20, 'x')}) {
+    EXPECT_EQ(vennick::GetFSRefFromURLParam(eventWithText(text), kKey, &ref), -108) << text.substr(0, 40);
   }
+  EXPECT_FALSE(ref.isValid());
 }
 
 TEST_F(AppleEventURLParam, GetFSRefFromURLParamReturnsOtherCodes) {

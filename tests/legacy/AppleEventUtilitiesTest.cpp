@@ -268,6 +268,10 @@ TEST_F(AppleEventUtilities, GetAliasParamGivesANewHandle) {
   EXPECT_EQ(vennick::GetAliasParam(eventWith(AEDesc::withData(macos::typeAlias, "record")), kKey, &alias),
             macos::noErr);
   EXPECT_EQ(alias.bytes, "record");
+  const std::string large(1 << 20, 'a');
+  EXPECT_EQ(vennick::GetAliasParam(eventWith(AEDesc::withData(macos::typeAlias, large)), kKey, &alias),
+            macos::noErr);
+  EXPECT_EQ(alias.bytes, large);
 }
 
 TEST_F(AppleEventUtilities, GetAliasParamGivesTheNullHandleWhenItFails) {

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include "legacy/Trash.h"
 #include "tests/support/LockingFileSystem.h"
@@ -78,6 +79,12 @@ TEST_F(Deletion, EmptiesAFolderOfPartnersWithAndWithoutTheirItems) {
   EXPECT_EQ(deleteRecursively(kFolder), 0);
   EXPECT_FALSE(exists(kFolder));
   EXPECT_FALSE(exists("/Users/anna/._folder"));
+}
+
+TEST_F(Deletion, DeletesWhatIsNeitherFileNorFolder) {
+  ASSERT_EQ(::mkfifo(host_.root().hostPath("/Users/anna/folder/pipe").c_str(), 0600), 0);
+  EXPECT_EQ(deleteRecursively(kFolder), 0);
+  EXPECT_FALSE(exists(kFolder));
 }
 
 TEST_F(Deletion, NeverFollowsLinks) {
@@ -174,16 +181,11 @@ TEST_F(Deletion, LeavesWhatSomebodyElseAddedMeanwhile) {
   EXPECT_EQ(host_.root().names("/Users/anna/folder/b/c"), Names({"new"}));
 }
 
-macos::FSRef refOfReplacedFolder(tests::TestHost& host) {
-  const FSRef folder = refTo(kFolder);
-  host.root().remove(kFolder);
-  host.root().writeFile("/Users/anna/kept/file", "");
-  host.root().makeLink(kFolder, "/Users/anna/kept");
-  return folder;
-}
-
 TEST_F(Deletion, DoesNotTakeALinkForTheFolderThatItReplaced) {
-  const FSRef folder = refOfReplacedFolder(host_);
+  const FSRef folder = refTo(kFolder);
+  host_.root().writeFile("/Users/anna/kept/file", "");
+  ASSERT_TRUE(host_.files().rename(kFolder, "/Users/anna/kept/folder", macos::FileSystem::Replace::No).ok());
+  host_.root().makeLink(kFolder, "/Users/anna/kept");
   EXPECT_EQ(DeleteObjectRecursively(&folder), -43);
   EXPECT_TRUE(exists("/Users/anna/kept/file"));
 }

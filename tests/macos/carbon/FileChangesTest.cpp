@@ -17,6 +17,7 @@ namespace macos {
 namespace {
 
 using vennick::tests::FailingFileSystem;
+using vennick::tests::ForwardingFileSystem;
 using vennick::tests::LockingFileSystem;
 using vennick::tests::Operations;
 using vennick::tests::pathOf;
@@ -52,11 +53,11 @@ TEST_F(FileChanges, RefuseBadNamesAndMakeNothing) {
   const auto before = host.root().snapshot("/");
   const FSRef folder = refTo(kOut), file = refTo(kFile);
   const std::u16string longest(255, u'x'), lone(1, char16_t{0xD800});
-  // 255 units that the host has no room for; 254 bytes, which leave no room for the partner.
+  // 255 units that the host has no room for; 254 bytes, which leave no room for a partner's name.
   const std::u16string beyondTheHost(255, u'\u65E5'), beyondForPartner(254, u'x');
   for (const std::u16string& name :
        {std::u16string(), longest + u"x", std::u16string(u"a:b"), lone, std::u16string(u"."),
-        std::u16string(u".."), std::u16string(u"a\0b", 3), beyondTheHost, beyondForPartner}) {
+        std::u16string(u".."), std::u16string(u"a\0b", 3), beyondTheHost}) {
     EXPECT_EQ(FSCreateResFile(folder, name, kFSCatInfoNone, nullptr, nullptr), bdNamErr) << name.size();
     expectUnchanged(before);
   }
@@ -337,6 +338,35 @@ TEST_F(FileChanges, CreateResFileMakesAnEmptyFileWithAnEmptyForkAndItsFinderInfo
   EXPECT_TRUE(ResourceFork::decode(partner->resourceFork)->resources().empty());
   EXPECT_EQ(FSCreateResFile(refTo(kOut), u"plain", kFSCatInfoNone, &info, nullptr), noErr);
   EXPECT_TRUE(finderInfoAtPath("/Users/anna/out/plain").isZero());
+}
+
+// A volume that keeps no attributes.
+class WithoutAttributes : public ForwardingFileSystem {
+  using ForwardingFileSystem::ForwardingFileSystem;
+  Status setAttribute(std::string_view path, std::string_view, std::string_view) override {
+    return Status::fromErrno(path, EOPNOTSUPP);
+  }
+};
+
+TEST_F(FileChanges, CreateResFileKeepsWhatHasNoRoomForAPartnersNameInAttributes) {
+  const FSRef out = refTo(kOut);
+  const std::u16string name(255, u'x');
+  const std::string path = std::string(kOut) + "/" + std::string(255, 'x');
+  if (!host.files().setAttribute(kFile, "user.test", "x").ok()) GTEST_SKIP() << "no attributes here";
+  FSCatalogInfo info;
+  info.finderInfo.setType(fourCharCode("adrp"));
+  ASSERT_EQ(FSCreateResFile(out, name, kFSCatInfoFinderInfo, &info, nullptr), noErr);
+  EXPECT_EQ(host.root().names(kOut), Names({std::string(255, 'x')}));
+  EXPECT_EQ(finderInfoAtPath(path), info.finderInfo);
+  EXPECT_EQ(resourceForkAtPath(path).size(), 286U);
+  EXPECT_EQ(FSCreateResFile(out, name, kFSCatInfoFinderInfo, &info, nullptr), dupFNErr);
+}
+
+TEST_F(FileChanges, CreateResFileMakesNothingWhereThereIsNoRoomForWhatBelongsToIt) {
+  const FSRef out = refTo(kOut);
+  host.interpose<WithoutAttributes>();
+  EXPECT_EQ(FSCreateResFile(out, std::u16string(254, u'x'), kFSCatInfoNone, nullptr, nullptr), bdNamErr);
+  EXPECT_EQ(host.root().names(kOut), Names());
 }
 
 TEST_F(FileChanges, CreateResFileNeverReplaces) {

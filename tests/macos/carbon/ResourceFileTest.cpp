@@ -63,7 +63,17 @@ TEST_F(ResourceFiles, TakeNoResourceWithoutDataOrTooLarge) {
   Resource longName = kText;
   longName.name = std::string(256, 'x');
   EXPECT_EQ(file.AddResource(longName), addResFailed);
+  EXPECT_EQ(file.AddResource({.type = rAliasType, .data = std::string(16 << 20, 'x')}), addResFailed);
   EXPECT_EQ(host.root().snapshot("/Users/anna"), before);
+}
+
+TEST_F(ResourceFiles, ReadBackTheLargestForkThatTheyWrite) {
+  ResourceFile file;
+  ASSERT_EQ(ResourceFile::FSOpenResFile(refTo(kFile), &file), noErr);
+  const std::size_t largest = (16 << 20) - (64 << 10) - 310;
+  EXPECT_EQ(file.AddResource({.type = rAliasType, .data = std::string(largest + 1, 'x')}), addResFailed);
+  ASSERT_EQ(file.AddResource({.type = rAliasType, .data = std::string(largest, 'x')}), noErr);
+  EXPECT_EQ(forkOnDisk(), file.fork());
 }
 
 TEST_F(ResourceFiles, ThatCannotBeWrittenSayWhy) {
