@@ -67,7 +67,9 @@ void AppDelegate::quitVNK5() {
   const auto instances = [] {
     return macos::NSRunningApplication::runningApplicationsWithBundleIdentifier(kMainApplicationIdentifier);
   };
-  for (const macos::NSRunningApplication& application : instances()) application.terminate();
+  const auto asked = instances();
+  if (asked.empty()) return;
+  for (const macos::NSRunningApplication& application : asked) application.terminate();
   const macos::NSDate start = macos::NSDate::date();
   for (int step = 0; step < kMostQuitSteps && !instances().empty(); ++step) {
     if (start.timeIntervalSinceNow() <= -kQuitTimeout) return;

@@ -2,6 +2,7 @@
 #include "settings/StoreFiles.h"
 
 #include "macos/foundation/DamagedFile.h"
+#include "macos/foundation/FileMetadata.h"
 #include "macos/foundation/Log.h"
 #include "macos/foundation/Path.h"
 #include "macos/foundation/PropertyList.h"
@@ -41,8 +42,12 @@ ContentPlace placeOf(const std::string& path) {
 
 // A link or an alias file whose target is gone is itself the place: it is what new content replaces.
 ContentPlace placeOfContent(const NSURL& file) {
-  const std::string path = macos::pathAsOnDisk(file.path());
-  const auto here = files().info(path, FollowLinks::No);
+  std::string path = file.path();
+  auto here = files().info(path, FollowLinks::No);
+  if (!here.ok()) {
+    path = macos::pathAsOnDisk(path);
+    here = files().info(path, FollowLinks::No);
+  }
   if (!here.ok()) {
     return {path, here.status(), FileInfo()};
   }
@@ -50,7 +55,7 @@ ContentPlace placeOfContent(const NSURL& file) {
     const auto target = files().realPath(path);
     return target.ok() ? placeOf(*target) : ContentPlace{path, target.status(), FileInfo()};
   }
-  if (pathIsAlias(file)) {
+  if (macos::isAliasFile(path, *here)) {
     const NSURL target = URLByResolvingAliasFile(file);
     if (target == file || !pathExists(target)) {
       return {path, Status(macos::ErrorCode::NotFound, path, "leads nowhere"), FileInfo()};

@@ -24,7 +24,7 @@ NSURL withLinksAndAliasResolved(const NSURL& folder) {
 
 // A home that is not there is not made.
 void makeFolder(const NSURL& folder) {
-  if (!pathExists(macos::Host::current().home())) {
+  if (pathExists(folder) || !pathExists(macos::Host::current().home())) {
     return;
   }
   // A folder that cannot be made shows when a file is written into it.

@@ -212,10 +212,12 @@ bool VKSettings::loadSet(const std::optional<std::string>& name) {
   for (const CollectionNames& names : kCollections) {
     setItemList(names.collection, nullptr);
   }
-  setRebound(readDictionaryFromFilename(kReboundFile, name));
-  setLastFolders(readDictionaryFromFilename(kLastFoldersFile, name));
+  // Where the folder is takes several looks at the disk: once for all of its files.
+  const NSURL folder = urlForFolderSet(name, false);
+  setRebound(files_.readDictionary(fileInFolder(folder, kReboundFile)));
+  setLastFolders(files_.readDictionary(fileInFolder(folder, kLastFoldersFile)));
   for (const CollectionNames& names : kCollections) {
-    setItemList(names.collection, itemListFromArray(readArrayFromFilename(names.filename, name),
+    setItemList(names.collection, itemListFromArray(files_.readArray(fileInFolder(folder, names.filename)),
                                                     *name + "/" + std::string(names.filename)));
   }
   return true;
@@ -225,13 +227,14 @@ bool VKSettings::saveSet(const std::optional<std::string>& name) {
   if (!name) {
     return false;
   }
+  const NSURL folder = urlForFolderSet(name, true);
   bool allWritten = true;
   for (const CollectionNames& names : kCollections) {
     const SharedItemList& list = itemList(names.collection);
-    allWritten &= list && writeArray(arrayFromEntries(list->entries), names.filename, name);
+    allWritten &= list && files_.write(arrayFromEntries(list->entries), fileInFolder(folder, names.filename));
   }
-  allWritten &= lastFolders_ && writeDictionary(*lastFolders_, kLastFoldersFile, name);
-  allWritten &= rebound_ && writeDictionary(*rebound_, kReboundFile, name);
+  allWritten &= lastFolders_ && files_.write(*lastFolders_, fileInFolder(folder, kLastFoldersFile));
+  allWritten &= rebound_ && files_.write(*rebound_, fileInFolder(folder, kReboundFile));
   return allWritten;
 }
 

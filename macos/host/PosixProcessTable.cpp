@@ -113,8 +113,10 @@ std::string scriptOf(pid_t process, const std::string& program) {
   return "";
 }
 
-std::string executableOf(pid_t process) {
-  std::string program = readLinkText(procPath(process, "exe"));
+// The program file that the process executes; "" when that cannot be seen.
+std::string programOf(pid_t process) { return readLinkText(procPath(process, "exe")); }
+
+std::string executableOf(pid_t process, std::string program) {
   if (program.empty()) return program;
   // A program that was replaced while it runs is still known by its place.
   constexpr std::string_view kDeleted = " (deleted)";
@@ -161,7 +163,7 @@ bool isVariableName(const std::string& name) {
 std::optional<ProcessInfo> PosixProcessTable::process(pid_t processID) {
   if (processID <= 0) return std::nullopt;
   std::optional<ProcessInfo> info = readState(processID);
-  if (info) info->executable = executableOf(processID);
+  if (info) info->executable = executableOf(processID, programOf(processID));
   return info;
 }
 
@@ -174,7 +176,13 @@ std::vector<ProcessInfo> PosixProcessTable::processes() {
     pid_t number = 0;
     const auto [end, error] = std::from_chars(name.data(), name.data() + name.size(), number);
     if (error != std::errc() || end != name.data() + name.size()) continue;
-    if (std::optional<ProcessInfo> info = process(number)) result.push_back(std::move(*info));
+    // Most of a machine's processes are the kernel's or somebody else's: one call tells.
+    std::string program = programOf(number);
+    if (program.empty()) continue;
+    std::optional<ProcessInfo> info = readState(number);
+    if (!info) continue;
+    info->executable = executableOf(number, std::move(program));
+    result.push_back(std::move(*info));
   }
   std::sort(result.begin(), result.end(),
             [](const ProcessInfo& a, const ProcessInfo& b) { return a.processID < b.processID; });

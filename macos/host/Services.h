@@ -58,7 +58,8 @@ struct LaunchRequest {
 class ProcessTable {
  public:
   virtual ~ProcessTable() = default;
-  // Every process that runs now; one that has ended but was not yet reaped is not among them.
+  // Every process that runs now and whose program can be told. The kernel's own and other users' are not
+  // among them, nor one that has ended but was not yet reaped.
   virtual std::vector<ProcessInfo> processes() = 0;
   // The process as it is now; nullopt when it has ended.
   virtual std::optional<ProcessInfo> process(pid_t processID) = 0;

@@ -7,6 +7,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <fstream>
 #include <memory>
 #include <sstream>
@@ -163,12 +164,24 @@ TEST_P(BadDomainRun, WhatOnlyLooksLikeAPropertyListCarriesNothingOver) {
   for (const std::string& result : shownResults()) EXPECT_EQ(result, expectedWithoutTheDomain());
 }
 
+// What the file adds to the cost of a run that goes without it: the least of several runs, since the
+// machine's other programs add to one's time.
 TEST_P(BadDomainRun, SharedReferencesThatStandFor2To40ObjectsCostNothing) {
-  const Outcome outcome = runWith(files("either").back());
-  ASSERT_EQ(files("either").back().filename(), "shared-references");
+  const fs::path file = files("either").back();
+  ASSERT_EQ(file.filename(), "shared-references");
+  const fs::path empty = root() / "empty";
+  std::ofstream(empty).flush();
+  double with = 1e9, without = 1e9;
+  for (int i = 0; i < 5; ++i) {
+    const Outcome outcome = runWith(file);
+    with = std::min(with, outcome.processorSeconds);
+    without = std::min(without, runWith(empty).processorSeconds);
 #ifndef VENNICK_SANITIZED
-  EXPECT_LT(outcome.processorSeconds, 0.05);
-  EXPECT_LT(outcome.peakKilobytes, 64 * 1024);
+    EXPECT_LT(outcome.peakKilobytes, 64 * 1024);
+#endif
+  }
+#ifndef VENNICK_SANITIZED
+  EXPECT_LT(with - without, 0.05);
 #endif
 }
 

@@ -93,7 +93,7 @@ TEST_F(LegacyLists, EachDeletionIsLoggedOnceARun) {
   openReadOnly();
   LegacyPreferences preferences;
   Messages all;
-  for (const std::string& set : {"A", "B", "A", "B"}) {
+  for (const char* const set : {"A", "B", "A", "B"}) {
     preferences.switchToSet(set);
     convertFavorites(preferences);
   }
@@ -206,7 +206,7 @@ TEST_F(LegacyLists, TheDomainsFilesStayAsTheyAre) {
   {
     openReadOnly();
     LegacyPreferences preferences;
-    for (const std::string& set : {"A", "B", "New", "A"}) {
+    for (const char* const set : {"A", "B", "New", "A"}) {
       preferences.switchToSet(set);
       convertFavorites(preferences);
     }

@@ -451,6 +451,19 @@ TEST_F(Store, ASetNamedLikeAGlobalFileCollidesWithIt) {
   EXPECT_EQ(propertyList(storePath("Statistics.plist")), Value(Dictionary{}));
 }
 
+TEST_F(Store, WritesAndReadsTheFilesOfASetAndOfTheSettingsFolder) {
+  auto store = makeStore();
+  const Array array = {Value("one"), Value(std::int64_t{2})};
+  const Dictionary dictionary = {{"key", Value(true)}};
+  EXPECT_TRUE(store->writeArray(array, "Array.plist", "Work"));
+  EXPECT_TRUE(store->writeDictionary(dictionary, "Dictionary.plist", std::nullopt));
+  EXPECT_EQ(propertyList(storePath("Work/Array.plist")), Value(array));
+  EXPECT_EQ(propertyList(storePath("Dictionary.plist")), Value(dictionary));
+  EXPECT_EQ(store->readArrayFromFilename("Array.plist", "Work"), array);
+  EXPECT_EQ(store->readDictionaryFromFilename("Dictionary.plist", std::nullopt), dictionary);
+  EXPECT_EQ(store->readArrayFromFilename("Dictionary.plist", std::nullopt), Array()) << "of another type";
+}
+
 TEST_F(Store, LosesNeitherSidesKeysWhenAnotherProcessWritesTheSameDomain) {
   writeDomain({{"theirs", Value(1)}});
   const auto store = makeStore();
