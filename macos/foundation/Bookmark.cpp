@@ -197,6 +197,13 @@ Dictionary resourceValuesForKeys(const std::vector<std::string>& keys, const NSD
 }
 
 std::optional<NSError> writeBookmarkData(const NSData& bookmark, const NSURL& toURL, unsigned) {
+  if (!toURL.isFileURL()) {
+    NSError unsupported;
+    unsupported.code = NSFileWriteUnsupportedSchemeError;
+    unsupported.localizedDescription =
+        "The file couldn’t be saved because the specified URL type isn’t supported.";
+    return unsupported;
+  }
   const std::string path = toURL.fileSystemRepresentation();
   const auto content = BookmarkData::decode(bookmark.bytes);
   const Integer options =

@@ -46,7 +46,8 @@ std::optional<NSURL> URLByResolvingBookmarkData(const NSData& bookmark, unsigned
 // Those of the values that the data records, by key (ResourceKeys.h). No disk is touched.
 Dictionary resourceValuesForKeys(const std::vector<std::string>& keys, const NSData& fromBookmarkData);
 // Makes an alias file, over one that is there. nullopt on success; error 259 for data that is no bookmark
-// or was not made suitable for a file. Both forms of options mean the same.
+// or was not made suitable for a file, 518 for a URL that is no file URL. Both forms of options mean the
+// same.
 std::optional<NSError> writeBookmarkData(const NSData& bookmark, const NSURL& toURL, unsigned options);
 // The bookmark of an alias file: from its data fork, or made of the alias record in its resource fork.
 // Error 260 when there is no file, 259 when it holds neither.

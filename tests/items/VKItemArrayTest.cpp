@@ -3,6 +3,9 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <functional>
+#include <future>
 #include <stdexcept>
 #include <thread>
 
@@ -644,6 +647,68 @@ TEST_F(ItemArray, HoldsTheListsLockThroughAChangeAndItsNotices) {
   owner->onNotice = nullptr;
   EXPECT_TRUE(array.items()->mutex.try_lock()) << "and lets it go afterwards";
   array.items()->mutex.unlock();
+}
+
+// Runs the operation on another thread while this one holds the list's lock; whether it ended before the
+// lock was let go.
+bool endsWhileLocked(const SharedItemList& list, const std::function<void()>& operation,
+                     std::chrono::milliseconds patience) {
+  list->mutex.lock();
+  std::promise<void> ended;
+  std::future<void> end = ended.get_future();
+  std::thread thread([&] {
+    operation();
+    ended.set_value();
+  });
+  const bool isEnded = end.wait_for(patience) == std::future_status::ready;
+  list->mutex.unlock();
+  thread.join();
+  return isEnded;
+}
+
+TEST_F(ItemArray, ReadsSortingSubscriptsAndNewContentTakeNoLock) {
+  array.setKvoOwner(nullptr);
+  array.addURLForApp(url("/a"), "com.x", "txt");
+  const auto held = array.items();
+  const auto reads = [&] {
+    (void)array.count();
+    (void)array.itemForURL(url("/a"));
+    (void)array.itemForApplication("com.x", "txt");
+    (void)array.itemsForApplication("com.x");
+    (void)array.itemsForFileType("txt");
+    (void)array.objectsAtIndexes({0});
+    (void)array.objectAtIndexedSubscript(0);
+    (void)array.lastItem();
+    (void)array.copy();
+    array.sort([](const SortValues&) { return 0; });
+    array.setObject(VKItem(record({"com.y"}, {})), 0);
+    array.setItems(std::make_shared<ItemList>());
+  };
+  EXPECT_TRUE(endsWhileLocked(held, reads, std::chrono::seconds(30)));
+  array.setItems(held);
+}
+
+TEST_F(ItemArray, EveryChangeThatAddsOrRemovesWaitsForTheLock) {
+  array.setKvoOwner(nullptr);
+  for (const char* path : {"/a", "/b", "/c"}) {
+    for (int i = 0; i < 4; ++i) array.addURLForApp(url(path), "com.x", "txt");
+  }
+  const std::pair<const char*, std::function<void()>> changes[] = {
+      {"addURL", [&] { add("/d"); }},
+      {"addURL of the newest", [&] { add("/d"); }},
+      {"addURLForApp", [&] { array.addURLForApp(url("/d"), std::nullopt, std::nullopt); }},
+      {"deleteItemForURL", [&] { array.deleteItemForURL(url("/a")); }},
+      {"deleteItemForApplication", [&] { array.deleteItemForApplication("com.x", "txt"); }},
+      {"addItem", [&] { array.addItem(VKItem(record({}, {}))); }},
+      {"insertItem", [&] { array.insertItem(VKItem(record({}, {})), 0); }},
+      {"removeItem", [&] { array.removeItem(array.objectAtIndexedSubscript(0)); }},
+      {"removeItemAtIndex", [&] { array.removeItemAtIndex(0); }},
+      {"removeItemsBeyondCapacity", [&] { array.removeItemsBeyondCapacity(1); }},
+      {"removeAllItems", [&] { array.removeAllItems(); }}};
+  for (const auto& [name, change] : changes) {
+    EXPECT_FALSE(endsWhileLocked(array.items(), change, std::chrono::milliseconds(60))) << name;
+  }
+  EXPECT_EQ(array.count(), 0U) << "and all were made after it";
 }
 
 TEST_F(ItemArray, LetsAnObserverChangeTheListFromANotice) {

@@ -348,6 +348,19 @@ TEST(FileQueries, AnAliasFileOfAMissingItemIsAnError) {
   EXPECT_FALSE(host.root().exists("/alias"));
 }
 
+TEST(FileQueries, AnAliasFileThatCannotBeWrittenIsAnError) {
+  TestHost host;
+  host.root().writeFile("/target", "");
+  const auto error = createAliasFileAtURL(url("/target"), url("/none/alias"));
+  ASSERT_TRUE(error.has_value());
+  EXPECT_EQ(error->code, macos::NSFileNoSuchFileError);
+  EXPECT_FALSE(host.root().exists("/none"));
+  const auto unsupported = createAliasFileAtURL(url("/target"), web("/alias"));
+  ASSERT_TRUE(unsupported.has_value());
+  EXPECT_EQ(unsupported->code, macos::NSFileWriteUnsupportedSchemeError);
+  EXPECT_FALSE(host.root().exists("/alias"));
+}
+
 TEST(FileQueries, NamesOfEveryByteAreFound) {
   TestHost host;
   std::string longest(255, 'n');

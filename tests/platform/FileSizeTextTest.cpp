@@ -54,6 +54,11 @@ TEST(FileSizeText, WordsAndFormatAreTheBundles) {
   EXPECT_EQ(sizeText(1'500, "\"%g %@\" = \"%g%%%@ %d\";"), "1.5%KB %d");
 }
 
+TEST(FileSizeText, AWordWithoutATranslationIsItsKey) {
+  EXPECT_EQ(sizeText(1'500, "\"bytes\" = \"Byte\";"), "1.5 KB");
+  EXPECT_EQ(sizeText(1'500, "\"KB\" = \"broken"), "1.5 KB") << "a table that does not parse has none";
+}
+
 TEST(FileSizeText, AnEmptyWordGivesNoText) {
   EXPECT_EQ(sizeText(1'500, "\"TB\" = \"\";"), std::nullopt) << "even one that is not needed";
   EXPECT_EQ(sizeText(1'500, "\"%g %@\" = \"\";"), std::nullopt);

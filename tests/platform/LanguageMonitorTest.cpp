@@ -3,6 +3,9 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <thread>
+
 #include "macos/foundation/RunLoop.h"
 #include "tests/support/BundleSketch.h"
 #include "tests/support/TestHost.h"
@@ -125,6 +128,37 @@ TEST(LanguageMonitor, TheSharedMonitorIsFilledBeforeItsFirstUse) {
   EXPECT_EQ(activeSystemLanguage(), "fr");
   EXPECT_EQ(systemPreferredLanguages(), (Strings{"fr", "de"}));
   EXPECT_EQ(&QVLanguageMonitor::sharedMonitor(), &QVLanguageMonitor::sharedMonitor());
+}
+
+TEST(LanguageMonitor, ReadersOnAnyThreadSeeWholeValuesWhileTheyAreRefreshed) {
+  Machine machine({"de"}, {"de"}, "de_DE\n", "(\n    de,\n    en\n)\n");
+  const TestHost host(machine.options());
+  QVLanguageMonitor& monitor = QVLanguageMonitor::sharedMonitor();
+  std::atomic<bool> isOver = false;
+  std::atomic<int> broken = 0;
+  std::vector<std::thread> readers;
+  for (int i = 0; i < 3; ++i) {
+    readers.emplace_back([&] {
+      while (!isOver) {
+        const std::string system = monitor.systemLanguageCode();
+        const Strings languages = monitor.systemPreferredLanguages();
+        const bool isWhole = (system == "de" || system == "fr") && monitor.ourLanguageCode() == "de" &&
+                             (languages == Strings{"de", "en"} || languages == Strings{"fr"});
+        broken += isWhole ? 0 : 1;
+      }
+    });
+  }
+  for (int i = 0; i < 6; ++i) {
+    if (i % 2 == 0) {
+      machine.setDefaults("fr_FR\n", "(\n    fr\n)\n");
+    } else {
+      machine.setDefaults("de_DE\n", "(\n    de,\n    en\n)\n");
+    }
+    monitor.languageChanged();
+  }
+  isOver = true;
+  for (std::thread& reader : readers) reader.join();
+  EXPECT_EQ(broken, 0);
 }
 
 TEST(LanguageMonitor, ANoticeOfChangedLanguagesRefreshesAllThree) {
