@@ -235,6 +235,19 @@ class Defaults(ToolTest):
         self.assertEqual((status, output), (1, ""))
         self.assertEqual(self.domain_file("com.example.bad").read_bytes(), b"bplist00 and then nothing of use")
 
+    def test_writing_to_a_damaged_domain_keeps_the_damaged_file(self):
+        damaged = b"bplist00 and then nothing of use"
+        self.domain_file("com.example.bad").write_bytes(damaged)
+        self.run_tool("defaults", "write", "com.example.bad", "key", "value")
+        self.assertIn(damaged, [file.read_bytes() for file in self.preferences.iterdir()])
+        self.assertEqual(self.domain("com.example.bad"), {"key": "value"})
+
+    def test_a_domain_is_a_name_and_never_leads_out_of_the_preferences(self):
+        for name in ("../../outside", "/Users/anna/outside", ""):
+            status, output, _ = self.run_tool("defaults", "write", name, "key", "value")
+            self.assertEqual((status, output), (1, ""), name)
+        self.assertEqual([file for file in self.root.rglob("*") if file.is_file()], [])
+
     def test_wrong_use_prints_the_syntax(self):
         for arguments in [(), ("reed",), ("read", "a", "b", "c"), ("write", "a"), ("delete",), ("find",)]:
             status, output, errors = self.run_tool("defaults", *arguments)

@@ -1,4 +1,5 @@
 # SPDX-License-Identifier: MIT
+import os
 import unittest
 from urllib.parse import quote
 
@@ -70,11 +71,17 @@ class DisplayNameTool(ToolTest):
         self.make_folder(HOME + "/either:or")
         self.assertEqual(self.name(HOME + "/either:or"), "either/or")
 
+    def test_bytes_that_are_not_utf8_are_found_and_shown_replaced(self):
+        escaped = quote((HOME + "/caf").encode() + b"\xe9.app", safe="")
+        os.mkdir(os.fsencode(self.path(HOME)) + b"/caf\xe9.app")
+        # An application's extension is hidden, which shows that it was found.
+        self.assertEqual(self.output_of("displayNameTool", escaped), "caf\ufffd")
+
     def test_an_item_that_is_not_there_has_its_last_component_as_name(self):
         self.assertEqual(self.name(HOME + "/Nothing", "de"), "Nothing")
 
     def test_failures_are_lines_that_begin_with_the_error_mark(self):
-        for arguments in [(), ("",), ("%zz",), ("%",)]:
+        for arguments in [(), ("",), ("%zz",), ("%",), ("%2FUsers%00",)]:
             status, output, errors = self.run_tool("displayNameTool", *arguments)
             self.assertEqual((status, errors), (1, ""), arguments)
             self.assertTrue(output.startswith("displayNameTool error:"), (arguments, output))

@@ -90,7 +90,7 @@ int run(const Words& words) {
     return fail("no path");
   }
   const auto escaped = macos::NSURL::URLWithString(words[0]);
-  const std::string path = escaped ? escaped->path() : "";
+  const std::string path = escaped ? escaped->fileSystemRepresentation() : "";
   if (path.empty()) {
     return fail("\"" + words[0] + "\" is no escaped path");
   }
