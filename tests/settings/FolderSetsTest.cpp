@@ -319,6 +319,25 @@ TEST_F(FolderSets, AFolderThatCannotBeRemovedKeepsItsSet) {
 
 // --- The list itself
 
+TEST_F(FolderSets, ThatAreNoTextAreIgnoredAndDroppedWhenTheListIsWritten) {
+  store->defaults()->setObject(
+      Value(Array{Value(std::int64_t{7}), Value("A"), Value(Dictionary()), Value("B"), Value(true)}),
+      "folderSets");
+  store->setCurrentSet("B");
+  EXPECT_EQ(store->currentSet(), "B");
+  EXPECT_EQ(store->defaults()->arrayForKey("folderSets")->size(), 5U) << "reading writes nothing";
+  EXPECT_TRUE(store->createSet("C", std::nullopt));
+  EXPECT_EQ(store->defaults()->arrayForKey("folderSets"), (Array{Value("A"), Value("B"), Value("C")}));
+}
+
+TEST_F(FolderSets, ThatAreListedTwiceAreDeletedOneAtATime) {
+  store->defaults()->setObject(Value(Array{Value("A"), Value("B"), Value("A")}), "folderSets");
+  EXPECT_TRUE(store->deleteSet("A"));
+  EXPECT_EQ(store->defaults()->arrayForKey("folderSets"), (Array{Value("B"), Value("A")}));
+  EXPECT_TRUE(store->deleteSet("A"));
+  EXPECT_EQ(store->defaults()->arrayForKey("folderSets"), (Array{Value("B")}));
+}
+
 TEST_F(FolderSets, WorkWithTenThousandNames) {
   Array names;
   for (int i = 0; i < 10000; ++i) {

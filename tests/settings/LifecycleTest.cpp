@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include <gtest/gtest.h>
 
+#include "macos/host/StderrLogSink.h"
 #include "platform/FileQueries.h"
 #include "tests/settings/StoreTest.h"
 
@@ -449,6 +450,18 @@ TEST_F(Store, ASetNamedLikeAGlobalFileCollidesWithIt) {
   store->setCurrentSet("Statistics.plist");
   EXPECT_FALSE(store->save());
   EXPECT_EQ(propertyList(storePath("Statistics.plist")), Value(Dictionary{}));
+}
+
+TEST_F(Store, EndsTheProcessWhenADomainHasNoFolderForIt) {
+  tests::TestHostOptions options;
+  options.root = host.sharedRoot();
+  options.adjust = [](macos::Host::Parts& parts) { parts.log = std::make_shared<macos::StderrLogSink>(); };
+  EXPECT_DEATH(
+      {
+        const tests::TestHost loud(options);
+        makeStore()->urlForSettingsFolderInDomain(0, false);
+      },
+      "dirs\\.count > 0");
 }
 
 TEST_F(Store, WritesAndReadsTheFilesOfASetAndOfTheSettingsFolder) {

@@ -5,10 +5,10 @@
 
 #include <cerrno>
 #include <cstdlib>
-#include <iterator>
 
 #include "tests/settings/StoreTest.h"
 #include "tests/support/ChildProcess.h"
+#include "tests/support/TemporaryMount.h"
 
 namespace vennick {
 namespace {
@@ -233,6 +233,44 @@ TEST_F(StoreFilesOfAUser, AreNotWrittenIntoASettingsFolderThatIsAFile) {
   EXPECT_EQ(host.root().readFile(kSettingsFolder), "a file");
 }
 
+TEST_F(StoreFilesOfAUser, AreReadFromASettingsFolderThatCannotBeWritten) {
+  const auto volume = tests::TemporaryMount::volume(host.root(), kSettingsFolder, 1 << 20);
+  if (!volume) {
+    GTEST_SKIP() << "nothing may be mounted here";
+  }
+  writeAll(1);
+  ASSERT_TRUE(volume->makeReadOnly());
+  const auto store = makeStore();
+  EXPECT_EQ(store->favorites()->count(), 1U);
+  setAll(*store, 2);
+  EXPECT_FALSE(store->save());
+  EXPECT_TRUE(store->dirty());
+  for (const StoreFile& file : kFiles) {
+    EXPECT_EQ(propertyList(storePath(file.name)), content(file, 1)) << file.name;
+    EXPECT_TRUE(host.log().contains(storePath(file.name))) << file.name;
+  }
+}
+
+TEST_F(StoreFilesOfAUser, StayAsTheyAreOnADiskThatIsFull) {
+  constexpr std::uint64_t kSmall = std::uint64_t{160} << 10;
+  const auto volume = tests::TemporaryMount::volume(host.root(), kSettingsFolder, kSmall);
+  if (!volume) {
+    GTEST_SKIP() << "nothing may be mounted here";
+  }
+  writeAll(1);
+  const auto store = makeStore();
+  Dictionary large = dictionaryContent(2);
+  large.set("com.y", Value(std::string(kSmall, 'y')));
+  store->setLastFolders(large);
+  EXPECT_FALSE(store->save());
+  EXPECT_TRUE(store->dirty());
+  EXPECT_EQ(propertyList(storePath("Default Set/LastFolders.plist")), content(kFiles[11], 1));
+  EXPECT_EQ(host.root().names(storePath("Default Set")).size(), 9U) << "nothing is left beside the files";
+  EXPECT_TRUE(host.log().contains("LastFolders.plist: "));
+  store->setLastFolders(dictionaryContent(2));
+  EXPECT_TRUE(store->save()) << "there is room again";
+}
+
 TEST_F(StoreFilesOfAUser, MayVanishWithTheApplicationBetweenLoadAndSave) {
   const auto store = makeStore();
   host.root().remove("/Applications/Vennick 5.app");
@@ -259,29 +297,30 @@ class SaveCampaign : public StoreFilesOfAUser {
 };
 
 TEST_F(SaveCampaign, AFailureAtAnyOperationLeavesEveryFileWholeAndTheNextSaveSucceeds) {
-  constexpr int kErrors[] = {ENOSPC, EIO, EACCES, EINTR};
-  for (std::size_t nth = 1;; ++nth) {
-    const int error = kErrors[nth % std::size(kErrors)];
-    writeAll(1);
-    const auto store = makeStore();
-    ASSERT_EQ(store->favorites()->count(), 1U);
-    setAll(*store, 2);
-    const auto failing = host.interpose<tests::FailingFileSystem>(static_cast<long>(nth), error);
-    const bool saved = store->save();
-    const bool hasFailed = failing->hasFailed();
-    host.removeInterposed();
-    expectEveryFileWhole(static_cast<long>(nth));
-    expectNothingLeftBeside(static_cast<long>(nth));
-    if (!saved) {
-      EXPECT_TRUE(store->dirty()) << nth;
-    }
-    ASSERT_TRUE(store->save()) << "after a failure at operation " << nth;
-    for (const StoreFile& file : kFiles) {
-      EXPECT_EQ(propertyList(storePath(file.name)), content(file, 2)) << file.name << " after " << nth;
-    }
-    if (!hasFailed) {
-      EXPECT_GT(nth, 13U);
-      break;
+  for (const int error : {ENOSPC, EIO, EACCES, EINTR}) {
+    SCOPED_TRACE(error);
+    for (long nth = 1;; ++nth) {
+      writeAll(1);
+      const auto store = makeStore();
+      ASSERT_EQ(store->favorites()->count(), 1U);
+      setAll(*store, 2);
+      const auto failing = host.interpose<tests::FailingFileSystem>(nth, error);
+      const bool saved = store->save();
+      const bool hasFailed = failing->hasFailed();
+      host.removeInterposed();
+      expectEveryFileWhole(nth);
+      expectNothingLeftBeside(nth);
+      if (!saved) {
+        EXPECT_TRUE(store->dirty()) << nth;
+      }
+      ASSERT_TRUE(store->save()) << "after a failure at operation " << nth;
+      for (const StoreFile& file : kFiles) {
+        EXPECT_EQ(propertyList(storePath(file.name)), content(file, 2)) << file.name << " after " << nth;
+      }
+      if (!hasFailed) {
+        EXPECT_GT(nth, 13);
+        break;
+      }
     }
   }
 }

@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <sstream>
 
 #include "macos/host/PosixClock.h"
 #include "macos/host/PosixCommandRunner.h"
@@ -37,9 +38,11 @@ std::map<std::string, std::string> environmentOf(const TestHostOptions& options,
 bool mayBelongTo(const std::string& root, const std::filesystem::path& process) {
   std::error_code ignored;
   if (std::filesystem::read_symlink(process / "exe", ignored).string().rfind(root, 0) == 0) return true;
-  std::ifstream file(process / "cmdline", std::ios::binary);
-  const std::string line((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
-  return line.find(root) != std::string::npos;
+  // A process may end between the opening and the reading: what is inserted then fails, while an iterator
+  // over the buffer would throw.
+  std::ostringstream line;
+  line << std::ifstream(process / "cmdline", std::ios::binary).rdbuf();
+  return line.str().find(root) != std::string::npos;
 }
 
 void endProcessesOf(const TemporaryRoot& root) {
