@@ -18,8 +18,8 @@ import unicodedata
 import unittest
 
 import homes
+from home_case import BUNDLE, CAFE, DELETED, LETTER, PROJECTS, entry, hotkey
 from homes import Entry, Home
-from test_homes import BUNDLE, CAFE, DELETED, LETTER, PROJECTS, entry, hotkey
 
 REPORT = os.environ["VENNICK_REPORT"]
 HEADINGS = ("Favorite", "Default folder of", "Left out")
