@@ -81,8 +81,9 @@ OSErr renameWithPartner(const ItemOnDisk& item, const std::string& to, FileSyste
   const std::string partner = existingPartner(files(), item.path);
   const std::string newPartner = partnerPath(to);
   if (!partner.empty() && newPartner.empty()) return bdNamErr;
-  if (const Status moved = files().rename(item.path, to, replace); !moved.ok())
+  if (const Status moved = files().rename(item.path, to, replace); !moved.ok()) {
     return codeOfChange(moved, item.info);
+  }
   if (partner.empty()) return noErr;
   const Status followed = files().rename(partner, newPartner, replace);
   if (followed.ok()) return noErr;
@@ -98,8 +99,9 @@ OSErr renameToPlace(const ItemOnDisk& item, const std::string& to, FSRef* newRef
   const bool isOwnPartner = place.occupant.empty() && place.partner == item.path;
   if (!place.isFree() && !isRespelling && !isOwnPartner) return dupFNErr;
   const auto replace = isRespelling ? FileSystem::Replace::Yes : FileSystem::Replace::No;
-  if (to != item.path)
+  if (to != item.path) {
     if (const OSErr code = renameWithPartner(item, to, replace); code != noErr) return code;
+  }
   if (newRef != nullptr) *newRef = referenceToItem({.path = to, .info = item.info});
   return noErr;
 }
@@ -129,8 +131,9 @@ class Predecessor {
     return noErr;
   }
   void putBack() {
-    for (; done_ > 0; --done_)
+    for (; done_ > 0; --done_) {
       (void)files().rename(moves_[done_ - 1].to, moves_[done_ - 1].from, FileSystem::Replace::No);
+    }
   }
   void remove() {
     for (const Move& move : moves_) (void)removeWithPartner(files(), move.to);
@@ -289,10 +292,12 @@ OSErr FSSetCatalogInfo(const FSRef& ref, FSCatalogInfoBitmap whichInfo, const FS
     if (code != noErr) return code;
   }
   Status status;
-  if ((whichInfo & kFSCatInfoContentMod) != 0)
+  if ((whichInfo & kFSCatInfoContentMod) != 0) {
     status = files().setModified(item->path, unixTime(info.contentModDate));
-  if (status.ok() && (whichInfo & kFSCatInfoFinderInfo) != 0)
+  }
+  if (status.ok() && (whichInfo & kFSCatInfoFinderInfo) != 0) {
     status = setFinderInfo(item->path, info.finderInfo);
+  }
   return status.ok() ? noErr : codeOfChange(status, item->info);
 }
 

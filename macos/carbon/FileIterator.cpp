@@ -58,15 +58,17 @@ OSErr FSGetCatalogInfoBulk(FSIterator& iterator, std::size_t maximumObjects, FSC
     item.ref = referenceToItem({.path = path, .info = *info});
     item.name = catalogName(lastPathComponent(path));
     if (whichInfo != kFSCatInfoNone &&
-        FSGetCatalogInfo(item.ref, whichInfo, &item.info, nullptr, nullptr) != noErr)
+        FSGetCatalogInfo(item.ref, whichInfo, &item.info, nullptr, nullptr) != noErr) {
       continue;
+    }
     items->push_back(std::move(item));
   }
   if (!items->empty()) return noErr;
   // The folder's own place may have been forgotten over so many others.
   if (const auto info = files().info(iterator.folder_.path, FollowLinks::No);
-      info && info->isSameItem(iterator.folder_.info))
+      info && info->isSameItem(iterator.folder_.info)) {
     (void)referenceToItem(iterator.folder_);
+  }
   return errFSNoMoreItems;
 }
 

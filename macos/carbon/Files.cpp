@@ -45,8 +45,9 @@ class VolumeNumbers {
 
 std::optional<VolumeInfo> mountedVolume(FSVolumeRefNum number) {
   const std::string mountPoint = hostLocal<VolumeNumbers>().mountPointOf(number);
-  for (VolumeInfo& volume : Host::current().volumes().volumes())
+  for (VolumeInfo& volume : Host::current().volumes().volumes()) {
     if (volume.mountPoint == mountPoint) return std::move(volume);
+  }
   return std::nullopt;
 }
 
@@ -61,9 +62,10 @@ std::uint32_t parentIdentifier(const ItemOnDisk& item, const VolumeInfo& volume)
 void fillCatalogInfo(const ItemOnDisk& item, FSCatalogInfoBitmap whichInfo, const VolumeInfo& volume,
                      FSCatalogInfo& info) {
   const auto wants = [&](FSCatalogInfoBitmap bit) { return (whichInfo & bit) != 0; };
-  if (wants(kFSCatInfoNodeFlags))
+  if (wants(kFSCatInfoNodeFlags)) {
     info.nodeFlags = static_cast<std::uint16_t>((item.info.isFolder() ? kFSNodeIsDirectoryMask : 0) |
                                                 (item.info.immutable ? kFSNodeLockedMask : 0));
+  }
   if (wants(kFSCatInfoVolume)) info.volume = hostLocal<VolumeNumbers>().numberOf(volume.mountPoint);
   if (wants(kFSCatInfoParentDirID)) info.parentDirID = parentIdentifier(item, volume);
   if (wants(kFSCatInfoNodeID)) info.nodeID = catalogIdentifier(item.info, item.path == volume.mountPoint);

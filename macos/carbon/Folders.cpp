@@ -20,8 +20,9 @@ OSErr findFolder(const std::string& path, bool createFolder, std::uint32_t mode)
   auto info = files().info(path, FollowLinks::No);
   if (!info && info.status().isNotFound() && createFolder) {
     if (const Status made = files().makeFolder(path, mode);
-        !made.ok() && made.code() != ErrorCode::AlreadyExists)
+        !made.ok() && made.code() != ErrorCode::AlreadyExists) {
       return resultCode(made);
+    }
     // Whatever the umask took away.
     (void)files().setMode(path, mode);
     info = files().info(path, FollowLinks::No);
@@ -53,13 +54,15 @@ OSErr FSFindFolder(FSVolumeRefNum volume, OSType folderType, bool createFolder, 
   if (volume == kUserDomain) return findTrashOfUser(createFolder, folder);
   FSRef root;
   std::string mountPoint;
-  if (FSGetVolumeInfo(volume, nullptr, &root) != noErr || FSRefMakePath(root, &mountPoint) != noErr)
+  if (FSGetVolumeInfo(volume, nullptr, &root) != noErr || FSRefMakePath(root, &mountPoint) != noErr) {
     return nsvErr;
+  }
   const std::string home = pathAsOnDisk(Host::current().home());
   const auto owner = files().info(home, FollowLinks::Yes);
   if (!owner) return resultCode(owner.status());
-  if (Host::current().volumes().volumeForPath(home).mountPoint == mountPoint)
+  if (Host::current().volumes().volumeForPath(home).mountPoint == mountPoint) {
     return findTrashOfUser(createFolder, folder);
+  }
   return findTrashOfVolume(mountPoint, owner->userID, createFolder, folder);
 }
 

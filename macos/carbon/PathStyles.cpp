@@ -50,8 +50,9 @@ std::vector<NamedRoot> namedRoots() {
 }
 
 std::string rootOfVolume(const std::string& name) {
-  for (const NamedRoot& root : namedRoots())
+  for (const NamedRoot& root : namedRoots()) {
     if (isSameFileName(root.name, name, false)) return root.path;
+  }
   return pathByAppendingComponent(kVolumesFolder, name);
 }
 

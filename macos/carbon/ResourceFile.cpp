@@ -9,7 +9,7 @@ namespace macos {
 namespace {
 
 // What is read again from every place where a fork is kept, with room for what is kept beside it.
-constexpr std::size_t kLargestFork = (16 * 1024 - 64) * 1024;
+constexpr std::size_t kLargestFork = (std::size_t{16} * 1024 - 64) * 1024;
 
 }  // namespace
 

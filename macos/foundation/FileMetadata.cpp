@@ -19,7 +19,7 @@ constexpr std::string_view kResourceForkAttributes[] = {"user.com.apple.Resource
                                                         "osx.com.apple.ResourceFork"};
 // Below a file, as if it were a folder: where that driver keeps the fork.
 constexpr std::string_view kResourceForkPseudoFile = "/rsrc";
-constexpr std::uint64_t kLargestFork = 16 * 1024 * 1024;
+constexpr std::uint64_t kLargestFork = std::uint64_t{16} * 1024 * 1024;
 constexpr std::uint32_t kNewPartnerMode = 0644;
 constexpr std::size_t kBookmarkStart = 16;
 
@@ -73,8 +73,9 @@ std::string partnerPath(std::string_view path) {
 bool isPartnerName(std::string_view name) { return name.size() > 2 && name.substr(0, 2) == "._"; }
 
 FinderInfo finderInfoAtPath(std::string_view path) {
-  if (const auto value = firstAttribute(path, kFinderInfoAttributes))
+  if (const auto value = firstAttribute(path, kFinderInfoAttributes)) {
     return FinderInfo::decode(*value).value_or(FinderInfo());
+  }
   const auto partner = readPartner(path);
   return partner ? partner->finderInfo : FinderInfo();
 }
@@ -82,16 +83,18 @@ FinderInfo finderInfoAtPath(std::string_view path) {
 std::string resourceForkAtPath(std::string_view path) {
   if (auto value = firstAttribute(path, kResourceForkAttributes)) return std::move(*value);
   if (auto fork = files().read(std::string(path) + std::string(kResourceForkPseudoFile), kLargestFork);
-      fork && !fork->empty())
+      fork && !fork->empty()) {
     return std::move(*fork);
+  }
   auto partner = readPartner(path);
   return partner ? std::move(partner->resourceFork) : std::string();
 }
 
 Status setFinderInfo(std::string_view path, const FinderInfo& info) {
   std::string_view attribute;
-  if (firstAttribute(path, kFinderInfoAttributes, &attribute))
+  if (firstAttribute(path, kFinderInfoAttributes, &attribute)) {
     return files().setAttribute(path, attribute, info.encode());
+  }
   Status status = changePartner(path, [&](AppleDouble& partner) { partner.finderInfo = info; });
   if (!isNameTooLong(status)) return status;
   return files().setAttribute(path, kFinderInfoAttributes[0], info.encode());
@@ -99,8 +102,9 @@ Status setFinderInfo(std::string_view path, const FinderInfo& info) {
 
 Status setResourceFork(std::string_view path, std::string_view fork) {
   std::string_view attribute;
-  if (firstAttribute(path, kResourceForkAttributes, &attribute))
+  if (firstAttribute(path, kResourceForkAttributes, &attribute)) {
     return files().setAttribute(path, attribute, fork);
+  }
   Status status = changePartner(path, [&](AppleDouble& partner) { partner.resourceFork = fork; });
   if (!isNameTooLong(status)) return status;
   return files().setAttribute(path, kResourceForkAttributes[0], fork);
