@@ -1,14 +1,17 @@
 // SPDX-License-Identifier: MIT
 //
-// The writer of "bplist00" files, in two passes: the first numbers the objects, an object before what it
-// holds, the second writes them in that order. Equal texts and
-// data are written once, and so are equal numbers of one kind that are not too far apart.
+// The writer of "bplist00" files, in two passes over the tree: the first numbers the objects, an object
+// before what it holds, the second writes them in that order. Equal texts and data are written once, and so
+// are equal numbers of one kind that are not too far apart.
 #include <algorithm>
 #include <array>
 #include <bit>
+#include <cstdlib>
 #include <cstring>
 #include <functional>
+#include <new>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 #include "macos/foundation/PropertyListCodecs.h"
@@ -39,16 +42,79 @@ std::optional<std::uint64_t> uidOf(const Dictionary& dictionary) {
 
 std::uint64_t bitsOf(double number) { return std::bit_cast<std::uint64_t>(number); }
 
+void putBigEndian(char* to, std::uint64_t number, std::size_t width) {
+  for (std::size_t i = width; i-- > 0; number >>= 8) to[i] = static_cast<char>(number);
+}
+
+void putNumbers(char* to, const std::uint32_t* numbers, std::size_t count, std::size_t width) {
+  // A width that the compiler knows makes one store of a number.
+  for (std::size_t i = 0; i < count; ++i, to += width) {
+    switch (width) {
+      case 1:
+        putBigEndian(to, numbers[i], 1);
+        break;
+      case 2:
+        putBigEndian(to, numbers[i], 2);
+        break;
+      case 4:
+        putBigEndian(to, numbers[i], 4);
+        break;
+      default:
+        putBigEndian(to, numbers[i], width);
+    }
+  }
+}
+
+// A run of numbers that grows with realloc(), which moves the pages of a large run instead of copying
+// them: a vector would take new memory for all of it again and again, and twice as much at its peak.
+class NumberRun {
+ public:
+  NumberRun() = default;
+  NumberRun(const NumberRun&) = delete;
+  NumberRun& operator=(const NumberRun&) = delete;
+  ~NumberRun() { std::free(numbers_); }
+
+  std::size_t size() const { return size_; }
+  std::uint32_t* data() { return numbers_; }
+  const std::uint32_t* data() const { return numbers_; }
+  void reserve(std::size_t count) {
+    if (count > capacity_) grow(count);
+  }
+  // Makes room for more at the end, whose content is undefined, and gives the index of the first.
+  std::size_t extend(std::size_t count) {
+    if (size_ + count > capacity_) grow(std::max<std::size_t>({size_ + count, 2 * capacity_, 1024}));
+    return std::exchange(size_, size_ + count);
+  }
+  void append(std::uint32_t number) {
+    const std::size_t index = extend(1);
+    numbers_[index] = number;
+  }
+
+ private:
+  void grow(std::size_t capacity) {
+    void* grown = std::realloc(numbers_, capacity * sizeof(std::uint32_t));
+    if (grown == nullptr) throw std::bad_alloc();
+    numbers_ = static_cast<std::uint32_t*>(grown);
+    capacity_ = capacity;
+  }
+
+  std::uint32_t* numbers_ = nullptr;
+  std::size_t size_ = 0;
+  std::size_t capacity_ = 0;
+};
+
 // Texts and data that were numbered, found by their content.
 class TextTable {
  public:
   TextTable() : slots_(1024) {}
 
   // The object that equals the leaf. When there is none yet the given number becomes it and is returned.
-  ObjectIndex findOrAdd(const Value& leaf, ObjectIndex next, const std::vector<const Value*>& objects);
+  // The leaf must stay where it is.
+  ObjectIndex findOrAdd(const Value& leaf, ObjectIndex next);
 
  private:
   struct Slot {
+    const Value* leaf = nullptr;
     ObjectIndex object = kNoObject;
     std::uint32_t hash = 0;
   };
@@ -116,8 +182,7 @@ ObjectIndex NumberTable::findOrAdd(const Value& leaf, ObjectIndex next) {
   return slot.object;
 }
 
-ObjectIndex TextTable::findOrAdd(const Value& leaf, ObjectIndex next,
-                                 const std::vector<const Value*>& objects) {
+ObjectIndex TextTable::findOrAdd(const Value& leaf, ObjectIndex next) {
   // Content made to collide costs a second copy of an object, not time.
   constexpr std::size_t kMaximumProbes = 32;
   if (used_ * 3 >= slots_.size() * 2) grow();
@@ -126,12 +191,12 @@ ObjectIndex TextTable::findOrAdd(const Value& leaf, ObjectIndex next,
   std::size_t at = hash32 & (slots_.size() - 1);
   for (std::size_t probe = 0; probe < kMaximumProbes; ++probe) {
     Slot& slot = slots_[at];
-    if (slot.object == kNoObject) {
-      slot = {next, hash32};
+    if (slot.leaf == nullptr) {
+      slot = {&leaf, next, hash32};
       ++used_;
       return next;
     }
-    if (slot.hash == hash32 && *objects[slot.object] == leaf) return slot.object;
+    if (slot.hash == hash32 && *slot.leaf == leaf) return slot.object;
     at = (at + 1) & (slots_.size() - 1);
   }
   return next;
@@ -141,9 +206,9 @@ void TextTable::grow() {
   std::vector<Slot> old(2 * slots_.size());
   old.swap(slots_);
   for (const Slot& slot : old) {
-    if (slot.object == kNoObject) continue;
+    if (slot.leaf == nullptr) continue;
     std::size_t at = slot.hash & (slots_.size() - 1);
-    while (slots_[at].object != kNoObject) at = (at + 1) & (slots_.size() - 1);
+    while (slots_[at].leaf != nullptr) at = (at + 1) & (slots_.size() - 1);
     slots_[at] = slot;
   }
 }
@@ -158,16 +223,20 @@ class BinaryWriter {
   bool numberArray(const Array& array, std::size_t depth);
   bool numberDictionary(const Dictionary& dictionary, std::size_t depth);
   bool numberKeys(const Array& keys, std::size_t first);
-  bool addObject(const Value& value, std::size_t contentSize, ObjectIndex& index);
+  bool addObject(std::size_t contentSize, ObjectIndex& index);
   bool numberLeaf(const Value& value, ObjectIndex& index);
   static std::size_t leafSize(const Value& value);
   static std::size_t headSize(std::size_t count) { return count < 0x0F ? 1 : 2 + widthOf(count); }
 
   // Second pass.
-  void writeObject(const Value& value, std::size_t& reference);
+  void write(const Value& value, ObjectIndex index);
+  void writeLeaf(const Value& value);
+  void writeArray(const Array& array);
+  void writeDictionary(const Dictionary& dictionary);
   void writeInteger(Integer integer);
   void writeText(std::string_view text);
-  void writeReferences(std::size_t count, std::size_t& reference);
+  std::size_t writeReferences(std::size_t count);
+  void writeNumbers(const std::uint32_t* numbers, std::size_t count, std::size_t width);
   void writeHead(unsigned kind, std::size_t count);
   void writeNumber(std::uint64_t number, std::size_t width);
   void writeTrailer(std::size_t table, std::size_t offsetWidth);
@@ -177,16 +246,18 @@ class BinaryWriter {
     return false;
   }
 
-  std::vector<const Value*> objects_;
+  std::size_t objectCount_ = 0;
   // What the containers hold, container after container in the order of their numbers: the numbers of the
   // elements, or of the keys and then the values.
-  std::vector<ObjectIndex> references_;
+  NumberRun references_;
   // Where in references_ a list of keys that dictionaries share was numbered first.
   std::unordered_map<const void*, std::size_t> numberedKeys_;
   TextTable texts_;
   NumberTable numbers_;
   std::size_t contentSize_ = 0;  // of all objects without their references
   std::size_t referenceWidth_ = 1;
+  std::size_t referencesWritten_ = 0;
+  NumberRun offsets_;  // of the objects that are written
   std::string bytes_;
   const char* cause_ = "";
 };
@@ -197,32 +268,26 @@ Result<std::string> BinaryWriter::write(const Value& value) {
   texts_ = TextTable();
   numberedKeys_ = {};
   constexpr std::string_view kHeader = "bplist00";
-  referenceWidth_ = widthOf(objects_.size());
+  referenceWidth_ = widthOf(objectCount_);
   const std::size_t table = kHeader.size() + contentSize_ + references_.size() * referenceWidth_;
   const std::size_t offsetWidth = widthOf(table);
   constexpr std::size_t kTrailerSize = 32;
-  const std::size_t size = table + objects_.size() * offsetWidth + kTrailerSize;
+  const std::size_t size = table + objectCount_ * offsetWidth + kTrailerSize;
   if (size > kPropertyListMaximumSize) {
     return Status(ErrorCode::InvalidArgument, "binary property list", "too large");
   }
   bytes_.reserve(size);
+  offsets_.reserve(objectCount_);
   bytes_ = kHeader;
-  std::vector<std::uint32_t> offsets;
-  offsets.reserve(objects_.size());
-  std::size_t reference = 0;
-  for (const Value* object : objects_) {
-    offsets.push_back(static_cast<std::uint32_t>(bytes_.size()));
-    writeObject(*object, reference);
-  }
-  for (const std::uint32_t offset : offsets) writeNumber(offset, offsetWidth);
+  write(value, top);
+  writeNumbers(offsets_.data(), offsets_.size(), offsetWidth);
   writeTrailer(table, offsetWidth);
   return std::move(bytes_);
 }
 
-bool BinaryWriter::addObject(const Value& value, std::size_t contentSize, ObjectIndex& index) {
-  if (objects_.size() >= kNoObject) return fail("too many objects");
-  index = static_cast<ObjectIndex>(objects_.size());
-  objects_.push_back(&value);
+bool BinaryWriter::addObject(std::size_t contentSize, ObjectIndex& index) {
+  if (objectCount_ >= kNoObject) return fail("too many objects");
+  index = static_cast<ObjectIndex>(objectCount_++);
   contentSize_ += contentSize;
   return true;
 }
@@ -235,12 +300,12 @@ bool BinaryWriter::number(const Value& value, std::size_t depth, ObjectIndex& in
       return fail("a URL has no form");
     case Value::Kind::Array: {
       const Array& array = *value.ifArray();
-      return addObject(value, headSize(array.size()), index) && numberArray(array, depth);
+      return addObject(headSize(array.size()), index) && numberArray(array, depth);
     }
     case Value::Kind::Dictionary: {
       const Dictionary& dictionary = *value.ifDictionary();
-      if (const auto uid = uidOf(dictionary)) return addObject(value, 1 + widthOf(*uid), index);
-      return addObject(value, headSize(dictionary.size()), index) && numberDictionary(dictionary, depth);
+      if (const auto uid = uidOf(dictionary)) return addObject(1 + widthOf(*uid), index);
+      return addObject(headSize(dictionary.size()), index) && numberDictionary(dictionary, depth);
     }
     default:
       return numberLeaf(value, index);
@@ -252,10 +317,10 @@ bool BinaryWriter::numberLeaf(const Value& value, ObjectIndex& index) {
     const double seconds = value.ifDate()->secondsSinceReferenceDate;
     if (!(seconds >= kEarliestDate && seconds < kLatestDate)) return fail("a date out of range");
   }
-  const auto next = static_cast<ObjectIndex>(objects_.size());
+  const auto next = static_cast<ObjectIndex>(objectCount_);
   const bool isText = value.kind() == Value::Kind::String || value.kind() == Value::Kind::Data;
-  index = isText ? texts_.findOrAdd(value, next, objects_) : numbers_.findOrAdd(value, next);
-  return index != next || addObject(value, leafSize(value), index);
+  index = isText ? texts_.findOrAdd(value, next) : numbers_.findOrAdd(value, next);
+  return index != next || addObject(leafSize(value), index);
 }
 
 std::size_t BinaryWriter::leafSize(const Value& value) {
@@ -282,12 +347,11 @@ std::size_t BinaryWriter::leafSize(const Value& value) {
 
 bool BinaryWriter::numberArray(const Array& array, std::size_t depth) {
   if (depth >= kPropertyListMaximumDepth) return fail("containers nested too deep");
-  std::size_t reference = references_.size();
-  references_.resize(reference + array.size());
+  std::size_t reference = references_.extend(array.size());
   for (const Value& element : array) {
     ObjectIndex index = 0;
     if (!number(element, depth + 1, index)) return false;
-    references_[reference++] = index;
+    references_.data()[reference++] = index;
   }
   return true;
 }
@@ -295,14 +359,13 @@ bool BinaryWriter::numberArray(const Array& array, std::size_t depth) {
 bool BinaryWriter::numberDictionary(const Dictionary& dictionary, std::size_t depth) {
   if (depth >= kPropertyListMaximumDepth) return fail("containers nested too deep");
   if (dictionary.empty()) return true;
-  const std::size_t first = references_.size();
-  references_.resize(first + 2 * dictionary.size());
+  const std::size_t first = references_.extend(2 * dictionary.size());
   if (!numberKeys(*ValueStorage::keys(dictionary), first)) return false;
   std::size_t reference = first + dictionary.size();
   for (const auto& entry : dictionary) {
     ObjectIndex index = 0;
     if (!number(entry.value(), depth + 1, index)) return false;
-    references_[reference++] = index;
+    references_.data()[reference++] = index;
   }
   return true;
 }
@@ -310,20 +373,25 @@ bool BinaryWriter::numberDictionary(const Dictionary& dictionary, std::size_t de
 bool BinaryWriter::numberKeys(const Array& keys, std::size_t first) {
   const auto [numbered, isNew] = numberedKeys_.try_emplace(ValueStorage::block(keys), first);
   if (!isNew) {
-    std::copy_n(references_.begin() + static_cast<std::ptrdiff_t>(numbered->second), keys.size(),
-                references_.begin() + static_cast<std::ptrdiff_t>(first));
+    std::copy_n(references_.data() + numbered->second, keys.size(), references_.data() + first);
     return true;
   }
   for (std::size_t i = 0; i < keys.size(); ++i) {
-    if (!numberLeaf(keys[i], references_[first + i])) return false;
+    if (!numberLeaf(keys[i], references_.data()[first + i])) return false;
   }
   return true;
 }
 
 void BinaryWriter::writeNumber(std::uint64_t number, std::size_t width) {
   std::array<char, 8> digits;
-  for (std::size_t i = 0; i < width; ++i) digits[i] = static_cast<char>(number >> (8 * (width - 1 - i)));
+  putBigEndian(digits.data(), number, width);
   bytes_.append(digits.data(), width);
+}
+
+void BinaryWriter::writeNumbers(const std::uint32_t* numbers, std::size_t count, std::size_t width) {
+  const std::size_t first = bytes_.size();
+  bytes_.resize(first + count * width);
+  putNumbers(bytes_.data() + first, numbers, count, width);
 }
 
 void BinaryWriter::writeHead(unsigned kind, std::size_t count) {
@@ -363,11 +431,49 @@ void BinaryWriter::writeText(std::string_view text) {
   }
 }
 
-void BinaryWriter::writeReferences(std::size_t count, std::size_t& reference) {
-  for (std::size_t i = 0; i < count; ++i) writeNumber(references_[reference++], referenceWidth_);
+// The references of the next container; gives the place of the first of them in references_.
+std::size_t BinaryWriter::writeReferences(std::size_t count) {
+  const std::size_t first = std::exchange(referencesWritten_, referencesWritten_ + count);
+  writeNumbers(references_.data() + first, count, referenceWidth_);
+  return first;
 }
 
-void BinaryWriter::writeObject(const Value& value, std::size_t& reference) {
+// Objects are met in the order of their numbers, so that a number which is not the next one says that the
+// object is written already.
+void BinaryWriter::write(const Value& value, ObjectIndex index) {
+  if (index != offsets_.size()) return;
+  offsets_.append(static_cast<std::uint32_t>(bytes_.size()));
+  if (const Array* array = value.ifArray()) {
+    writeArray(*array);
+  } else if (const Dictionary* dictionary = value.ifDictionary()) {
+    writeDictionary(*dictionary);
+  } else {
+    writeLeaf(value);
+  }
+}
+
+void BinaryWriter::writeArray(const Array& array) {
+  writeHead(0xA, array.size());
+  std::size_t reference = writeReferences(array.size());
+  for (const Value& element : array) write(element, references_.data()[reference++]);
+}
+
+void BinaryWriter::writeDictionary(const Dictionary& dictionary) {
+  if (const auto uid = uidOf(dictionary)) {
+    const std::size_t width = widthOf(*uid);
+    bytes_ += static_cast<char>(0x80 | (width - 1));
+    writeNumber(*uid, width);
+    return;
+  }
+  const std::size_t count = dictionary.size();
+  writeHead(0xD, count);
+  if (count == 0) return;
+  std::size_t reference = writeReferences(2 * count);
+  for (const Value& key : *ValueStorage::keys(dictionary)) write(key, references_.data()[reference++]);
+  for (const auto& entry : dictionary) write(entry.value(), references_.data()[reference++]);
+}
+
+void BinaryWriter::writeLeaf(const Value& value) {
   switch (value.kind()) {
     case Value::Kind::Boolean:
       bytes_ += *value.ifBoolean() ? '\x09' : '\x08';
@@ -390,23 +496,8 @@ void BinaryWriter::writeObject(const Value& value, std::size_t& reference) {
     case Value::Kind::String:
       writeText(*value.ifString());
       break;
-    case Value::Kind::Array:
-      writeHead(0xA, value.ifArray()->size());
-      writeReferences(value.ifArray()->size(), reference);
-      break;
-    case Value::Kind::Dictionary:
-      if (const auto uid = uidOf(*value.ifDictionary())) {
-        const std::size_t width = widthOf(*uid);
-        bytes_ += static_cast<char>(0x80 | (width - 1));
-        writeNumber(*uid, width);
-        break;
-      }
-      writeHead(0xD, value.ifDictionary()->size());
-      writeReferences(2 * value.ifDictionary()->size(), reference);
-      break;
-    case Value::Kind::Null:
-    case Value::Kind::URL:
-      break;  // refused by the first pass
+    default:
+      break;  // containers are no leaves, and the first pass refuses the rest
   }
 }
 
@@ -414,7 +505,7 @@ void BinaryWriter::writeTrailer(std::size_t table, std::size_t offsetWidth) {
   writeNumber(0, 6);
   writeNumber(offsetWidth, 1);
   writeNumber(referenceWidth_, 1);
-  writeNumber(objects_.size(), 8);
+  writeNumber(objectCount_, 8);
   writeNumber(0, 8);
   writeNumber(table, 8);
 }
