@@ -78,8 +78,8 @@ constexpr std::array<std::array<std::uint32_t, 256>, 4> kBase64Groups = [] {
   std::array<std::array<std::uint32_t, 256>, 4> groups{};
   for (std::size_t c = 0; c < kBase64Bits.size(); ++c) {
     for (std::size_t place = 0; place < groups.size(); ++place) {
-      const auto bits = static_cast<std::uint32_t>(kBase64Bits[c]);
-      groups[place][c] = kBase64Bits[c] < 0 ? 1 : bits << (26 - 6 * place);
+      const std::int8_t bits = kBase64Bits[c];
+      groups[place][c] = bits < 0 ? 1 : std::uint32_t{static_cast<std::uint8_t>(bits)} << (26 - 6 * place);
     }
   }
   return groups;
@@ -213,8 +213,9 @@ bool XMLReader::skipPast(std::string_view mark) {
 bool XMLReader::findTag() {
   while (true) {
     skipSpace();
-    if (!take('<'))
+    if (!take('<')) {
       return fail(at_ == end_ ? "the end before the end of the list" : "text outside an element");
+    }
     if (startsWith("!--")) {
       at_ += 3;
       if (!skipPast("-->")) return false;
@@ -506,8 +507,9 @@ bool isTooSmall(std::string_view text) {
   const bool isNegative = exponent.starts_with('-');
   if (isNegative || exponent.starts_with('+')) exponent.remove_prefix(1);
   std::int64_t number = 0;
-  if (std::from_chars(exponent.data(), exponent.data() + exponent.size(), number).ec != std::errc())
+  if (std::from_chars(exponent.data(), exponent.data() + exponent.size(), number).ec != std::errc()) {
     return isNegative;
+  }
   power += isNegative ? -number : number;
   return power < 0;
 }
@@ -588,8 +590,9 @@ bool XMLReader::readDate(Value& value) {
   if (!isRead || month < 1 || month > 12 || day < 1 || day > 31 || hour > 24 || minute > 59 || second > 60) {
     return fail("a date that is none");
   }
+  const int secondOfDay = (hour * 60 + minute) * 60 + second;
   const std::int64_t days = daysSinceReferenceDate(isNegative ? -year : year, month, day);
-  value = Value(NSDate{static_cast<double>(days * 86400 + hour * 3600 + minute * 60 + second)});
+  value = Value(NSDate{static_cast<double>(days * 86400 + secondOfDay)});
   return readEndTag(Element::Date);
 }
 
