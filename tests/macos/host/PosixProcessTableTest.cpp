@@ -14,8 +14,8 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
-#include <iterator>
 #include <set>
+#include <sstream>
 #include <thread>
 
 #include "gtest/gtest.h"
@@ -45,7 +45,10 @@ bool comesTrue(const std::function<bool()>& condition) {
 
 std::string procFile(pid_t process, const std::string& name) {
   std::ifstream file("/proc/" + std::to_string(process) + "/" + name, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+  // Of a process that has just ended the file cannot be read, and the stream's buffer would throw.
+  std::ostringstream text;
+  text << file.rdbuf();
+  return text.str();
 }
 
 std::string procLink(pid_t process, const std::string& name) {
