@@ -24,9 +24,9 @@ LSItemInfoFlags flagsOfFile(const ItemOnDisk& item, const FinderInfo& finderInfo
   return flags;
 }
 
-LSItemInfoFlags flagsOfFolder(const ItemOnDisk& item) {
+LSItemInfoFlags flagsOfFolder(const ItemOnDisk& item, const FinderInfo& finderInfo) {
   LSItemInfoFlags flags = kLSItemInfoIsContainer;
-  if (isPackage(item.path, item.info)) {
+  if (isPackage(item.path, item.info, finderInfo)) {
     flags |= kLSItemInfoIsPackage;
     if (lowercaseASCII(pathExtension(item.path)) == "app")
       flags |= kLSItemInfoIsApplication | kLSItemInfoIsNativeApp;
@@ -38,7 +38,7 @@ LSItemInfoFlags flagsOfFolder(const ItemOnDisk& item) {
 LSItemInfoFlags flagsOf(const ItemOnDisk& item, const FinderInfo& finderInfo) {
   LSItemInfoFlags flags = 0;
   if (item.info.isFolder()) {
-    flags = flagsOfFolder(item);
+    flags = flagsOfFolder(item, finderInfo);
   } else if (item.info.kind == FileKind::Link) {
     flags = kLSItemInfoIsSymlink | kLSItemInfoIsAliasFile;
   } else {

@@ -91,9 +91,14 @@ struct DeclaredPackages {
 
 bool isPackage(std::string_view path, const FileInfo& item) {
   if (!item.isFolder()) return false;
+  if (isSystemExtension(lowercaseASCII(pathExtension(path)))) return true;
+  return isPackage(path, item, finderInfoAtPath(path));
+}
+
+bool isPackage(std::string_view path, const FileInfo& item, const FinderInfo& finderInfo) {
+  if (!item.isFolder()) return false;
   const std::string extension = lowercaseASCII(pathExtension(path));
-  if (isSystemExtension(extension)) return true;
-  if (finderInfoAtPath(path).hasBundle()) return true;
+  if (isSystemExtension(extension) || finderInfo.hasBundle()) return true;
   return !extension.empty() && hostLocal<DeclaredPackages>().extensions.contains(extension);
 }
 

@@ -6,6 +6,7 @@
 
 #include <string_view>
 
+#include "macos/carbon/FinderInfo.h"
 #include "macos/host/FileSystem.h"
 
 namespace macos {
@@ -14,6 +15,8 @@ namespace macos {
 // package's, or with one that an installed application declares as such. A framework is none. The path is
 // spelled as the disk has it.
 bool isPackage(std::string_view path, const FileInfo& item);
+// The same for whoever has the item's Finder information already.
+bool isPackage(std::string_view path, const FileInfo& item, const FinderInfo& finderInfo);
 
 }  // namespace macos
 

@@ -485,9 +485,10 @@ TEST_F(List, GivesItsModeToItsItems) {
 
 // --- Cost
 
-// Resolving a favorite takes this many operations on files, however many there are: 43 for a folder whose
-// record did not change.
-constexpr long kOperationsForEach = 45;
+// Resolving a favorite takes no more than this many operations on files, however many there are: 37 for a
+// folder whose record did not change. Some room is left because the volumes are looked up anew whenever
+// something is mounted on the machine.
+constexpr long kOperationsForEach = 40;
 
 LegacyItemArray manyItems(std::size_t count) {
   const Value alias = data(aliasTo("/Users/anna/a").bytes);
@@ -510,9 +511,8 @@ long costOf(TestHost& host, CFItemList& list, std::size_t count) {
 }
 
 TEST_F(List, ResolvingAFavoriteCostsAFixedNumberOfOperations) {
-  const long each = costOf(host, list, 1);
-  EXPECT_LE(each, kOperationsForEach);
-  EXPECT_EQ(costOf(host, list, 10'000), each * 10'000);
+  EXPECT_LE(costOf(host, list, 100), 100 * kOperationsForEach);
+  EXPECT_LE(costOf(host, list, 10'000), 10'000 * kOperationsForEach);
   EXPECT_TRUE(stored(10'000).contains("URL"));
 }
 
