@@ -20,7 +20,6 @@ namespace vennick {
 using macos::AliasHandle;
 using macos::FSRef;
 using macos::LSItemInfoFlags;
-using macos::NSURL;
 using macos::OSErr;
 
 namespace {
