@@ -353,10 +353,10 @@ bool VKItemArray::deleteMatching(const SoughtLocation& location) {
       indexes.push_back(index);
     }
   }
-  return removeAnnounced(std::move(indexes));
+  return removeAnnounced(indexes);
 }
 
-bool VKItemArray::removeAnnounced(NSIndexSet indexes) {
+bool VKItemArray::removeAnnounced(const NSIndexSet& indexes) {
   if (indexes.empty()) {
     return false;
   }
@@ -387,7 +387,7 @@ bool VKItemArray::deleteItemForApplication(const std::optional<std::string>& app
       emptied.push_back(index);
     }
   }
-  removeAnnounced(std::move(emptied));
+  removeAnnounced(emptied);
   return found;
 }
 

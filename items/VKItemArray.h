@@ -129,7 +129,7 @@ class VKItemArray {
   struct SoughtLocation;
 
   void appendAnnounced(SharedDictionary entry);
-  bool removeAnnounced(macos::NSIndexSet indexes);
+  bool removeAnnounced(const macos::NSIndexSet& indexes);
   bool deleteMatching(const SoughtLocation& location);
   bool refreshNewest(const SoughtLocation& location, const Addition& addition, const std::string& name,
                      macos::NSDate date);

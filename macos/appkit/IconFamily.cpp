@@ -21,8 +21,9 @@ using Elements = std::map<OSType, std::string_view>;
 // Of two elements of one type the first counts. The walk ends where a length leads outside.
 Elements elementsOf(std::string_view data) {
   Elements elements;
-  if (data.size() < kHeaderSize || readBigEndian<std::uint32_t>(data, 0) != fourCharCode("icns"))
+  if (data.size() < kHeaderSize || readBigEndian<std::uint32_t>(data, 0) != fourCharCode("icns")) {
     return elements;
+  }
   data = data.substr(0, readBigEndian<std::uint32_t>(data, 4));
   for (std::size_t place = kHeaderSize; place + kHeaderSize <= data.size();) {
     const std::uint32_t length = readBigEndian<std::uint32_t>(data, place + 4);

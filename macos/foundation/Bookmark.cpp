@@ -22,7 +22,7 @@ namespace macos {
 
 namespace {
 
-constexpr std::uint64_t kLargestAliasFile = 16 * 1024 * 1024;
+constexpr std::uint64_t kLargestAliasFile = std::uint64_t{16} * 1024 * 1024;
 constexpr std::uint32_t kNewFileMode = 0644;
 constexpr std::size_t kMagicSize = 16;
 constexpr OSType kFinderCreator = fourCharCode("MACS");
@@ -77,8 +77,9 @@ void addResourceFlags(BookmarkData& bookmark, const ItemOnDisk& item, const Volu
   if (isVolumeRoot(item, volume)) flags.values |= kBookmarkIsVolume;
   if (isForFile) {
     flags.valid |= kBookmarkIsPackage | kBookmarkIsApplication;
-    if (isPackage(item.path, item.info))
+    if (isPackage(item.path, item.info)) {
       flags.values |= kBookmarkIsPackage | (isApplication(item.path) ? kBookmarkIsApplication : 0);
+    }
   }
   bookmark.setFlags(BookmarkKey::ResourceFlags, flags, isForFile ? flags.valid : 0);
 }
@@ -100,8 +101,9 @@ void addVolume(BookmarkData& bookmark, const VolumeInfo& volume) {
   bookmark.set(BookmarkKey::VolumeCapacity, Value(volume.capacity));
   bookmark.set(BookmarkKey::VolumeCreationDate, Value(dateOf(volume.created)));
   bookmark.set(BookmarkKey::VolumeIsBoot, Value(volume.isBoot));
-  if (const auto url = volume.remountURL.empty() ? std::nullopt : NSURL::URLWithString(volume.remountURL))
+  if (const auto url = volume.remountURL.empty() ? std::nullopt : NSURL::URLWithString(volume.remountURL)) {
     bookmark.set(BookmarkKey::VolumeMountURL, Value(*url));
+  }
 }
 
 BookmarkData bookmarkOfItem(const ItemOnDisk& item, unsigned options) {
@@ -123,8 +125,9 @@ BookmarkData bookmarkOfItem(const ItemOnDisk& item, unsigned options) {
 // What a bookmark of the record's target would say, as far as the record says it, and the record itself.
 BookmarkData bookmarkOfAliasRecord(const AliasRecord& record, std::string_view bytes) {
   BookmarkData bookmark;
-  if (const std::string path = aliasPath(record); !path.empty())
+  if (const std::string path = aliasPath(record); !path.empty()) {
     bookmark.set(BookmarkKey::PathComponents, Value(componentsOf(path)));
+  }
   bookmark.set(BookmarkKey::VolumeName, Value(utf8FromUTF16(aliasVolumeName(record))));
   bookmark.set(BookmarkKey::AliasRecord, Value::fromData(bytes));
   return bookmark;
@@ -212,8 +215,9 @@ std::optional<NSError> writeBookmarkData(const NSData& bookmark, const NSURL& to
   const auto file = bookmarkFileFromBlob(bookmark.bytes, NSDate::date());
   if (!file) return corruptBookmarkError(path);
 
-  if (Status status = files().replace(path, *file, kNewFileMode); !status.ok())
+  if (Status status = files().replace(path, *file, kNewFileMode); !status.ok()) {
     return cocoaErrorForWriting(status, path);
+  }
   FinderInfo info = finderInfoAtPath(path);
   info.setType(finderTypeOfAliasTo(*content));
   info.setCreator(kFinderCreator);

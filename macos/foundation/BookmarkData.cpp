@@ -55,16 +55,19 @@ Result<std::string_view> bodyOf(std::string_view bytes) {
     if (bytes.size() < kFileHeaderSize) return corrupt("the header is cut off");
     const auto header = readLittleEndian<std::uint32_t>(bytes, 16);
     const auto length = readLittleEndian<std::uint32_t>(bytes, 24);
-    if (header < kFileHeaderSize || !holdsRange(bytes, header, length))
+    if (header < kFileHeaderSize || !holdsRange(bytes, header, length)) {
       return corrupt("longer than its data");
+    }
     return bytes.substr(header, length);
   }
-  if (bytes.size() < kBlobHeaderSize || bytes.substr(0, kBlobMagic.size()) != kBlobMagic)
+  if (bytes.size() < kBlobHeaderSize || bytes.substr(0, kBlobMagic.size()) != kBlobMagic) {
     return corrupt("no bookmark");
+  }
   const auto size = readLittleEndian<std::uint32_t>(bytes, 4);
   const auto header = readLittleEndian<std::uint32_t>(bytes, 12);
-  if (size > bytes.size() || header < kBlobHeaderSize || header > size)
+  if (size > bytes.size() || header < kBlobHeaderSize || header > size) {
     return corrupt("longer than its data");
+  }
   return bytes.substr(header, size - header);
 }
 
@@ -99,8 +102,9 @@ Result<std::size_t> Reader::findTable() const {
   std::size_t table = first;
   for (int i = 0; i < kMostTables; ++i) {
     if (!holdsRange(body_, table, kTableHeaderSize)) return corrupt("a table of contents lies outside");
-    if (readLittleEndian<std::uint32_t>(body_, table + 4) != kTableMagic)
+    if (readLittleEndian<std::uint32_t>(body_, table + 4) != kTableMagic) {
       return corrupt("no table of contents");
+    }
     if (readLittleEndian<std::uint32_t>(body_, table + 8) == kFirstTable) return table;
     table = readLittleEndian<std::uint32_t>(body_, table + 12);
     if (table == 0) return first;
@@ -112,8 +116,9 @@ Status Reader::read(BookmarkData& bookmark) {
   const auto table = findTable();
   if (!table) return table.status();
   const auto count = readLittleEndian<std::uint32_t>(body_, *table + 16);
-  if (!holdsRange(body_, *table + kTableHeaderSize, std::uint64_t{count} * kTableEntrySize))
+  if (!holdsRange(body_, *table + kTableHeaderSize, std::uint64_t{count} * kTableEntrySize)) {
     return corrupt("a table of contents ends outside");
+  }
 
   for (std::size_t i = 0; i < count; ++i) {
     const std::size_t entry = *table + kTableHeaderSize + i * kTableEntrySize;
@@ -319,10 +324,12 @@ std::string Writer::finish(const std::map<std::uint32_t, std::uint32_t>& entries
   writeLittleEndian(body_, 0, static_cast<std::uint32_t>(body_.size()));
   const auto count = static_cast<std::uint32_t>(entries.size());
   appendLittleEndian(body_, static_cast<std::uint32_t>(kTableEntrySize * count + 12));
-  for (const std::uint32_t number : {kTableMagic, kFirstTable, std::uint32_t{0}, count})
+  for (const std::uint32_t number : {kTableMagic, kFirstTable, std::uint32_t{0}, count}) {
     appendLittleEndian(body_, number);
-  for (const auto& [key, offset] : entries)
+  }
+  for (const auto& [key, offset] : entries) {
     for (const std::uint32_t number : {key, offset, std::uint32_t{0}}) appendLittleEndian(body_, number);
+  }
 
   std::string blob(kBlobMagic);
   appendLittleEndian(blob, static_cast<std::uint32_t>(kBlobHeaderSize + body_.size()));

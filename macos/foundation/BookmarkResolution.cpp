@@ -31,8 +31,9 @@ std::vector<std::uint64_t> identifiersOf(const BookmarkData& bookmark) {
   std::vector<std::uint64_t> identifiers;
   const Value* value = bookmark.find(BookmarkKey::FileIDs);
   const Array* array = value != nullptr ? value->ifArray() : nullptr;
-  for (std::size_t i = 0; array != nullptr && i < array->size(); ++i)
+  for (std::size_t i = 0; array != nullptr && i < array->size(); ++i) {
     identifiers.push_back((*array)[i].ifInteger().value_or(Integer(0)).bits());
+  }
   return identifiers;
 }
 
@@ -76,8 +77,9 @@ Search::Search(const BookmarkData& bookmark, const std::vector<std::string>& com
 
 std::optional<std::string> Search::find() {
   if (exists(recordedPath_)) return recordedPath_;
-  if (std::string spelled = pathAsOnDisk(recordedPath_); spelled != recordedPath_ && exists(spelled))
+  if (std::string spelled = pathAsOnDisk(recordedPath_); spelled != recordedPath_ && exists(spelled)) {
     return spelled;
+  }
   findVolume();
   if (std::string path = joined(volume_, components_); path != recordedPath_ && exists(path)) return path;
   return identifiers_.empty() ? std::nullopt : findByIdentifiers();
@@ -106,15 +108,17 @@ void Search::findVolume() {
   const std::vector<VolumeInfo> volumes = Host::current().volumes().volumes();
   for (const VolumeInfo& volume : volumes) {
     if (volume.mountPoint == recordedPlace) there = &volume;
-    if (ofThatName == nullptr && !volume.name.empty() && catalogName(volume.name) == name)
+    if (ofThatName == nullptr && !volume.name.empty() && catalogName(volume.name) == name) {
       ofThatName = &volume;
+    }
   }
   const VolumeInfo* volume = ofThatName != nullptr ? ofThatName : there;
   if (volume == nullptr) return;
   volume_ = volume->mountPoint;
   components_.erase(components_.begin(), components_.begin() + static_cast<std::ptrdiff_t>(depth));
-  if (!identifiers_.empty())
+  if (!identifiers_.empty()) {
     identifiers_.erase(identifiers_.begin(), identifiers_.begin() + static_cast<std::ptrdiff_t>(depth));
+  }
 }
 
 // Goes down by the names and, where a name is missing, by the identifier.
@@ -167,9 +171,10 @@ std::optional<std::string> Search::itemIn(const std::string& folder) {
 }
 
 std::optional<std::string> Search::folderIn(const std::string& folder, std::uint64_t inode) {
-  for (const FolderEntry& entry : entriesOf(folder))
+  for (const FolderEntry& entry : entriesOf(folder)) {
     if (entry.kind == FileKind::Folder && entry.inode == inode)
       return pathByAppendingComponent(folder, entry.name);
+  }
   return std::nullopt;
 }
 

@@ -96,11 +96,13 @@ using Scalar = std::optional<Value> (*)(const std::string&);
 
 Scalar scalarForType(std::string_view type) {
   if (type == "-string") return [](const std::string& text) { return std::optional(Value(text)); };
-  if (type == "-int" || type == "-integer")
+  if (type == "-int" || type == "-integer") {
     return [](const std::string& text) { return integerFromText(text); };
+  }
   if (type == "-float") return [](const std::string& text) { return realFromText(text); };
-  if (type == "-bool" || type == "-boolean")
+  if (type == "-bool" || type == "-boolean") {
     return [](const std::string& text) { return booleanFromText(text); };
+  }
   if (type == "-data") return dataFromText;
   if (type == "-date") return dateFromText;
   return nullptr;
