@@ -235,7 +235,7 @@ Result<Value> Reader::dictionaryOf(std::string_view payload, int depth) {
 Result<Value> Reader::relativeURLOf(std::string_view payload, int depth) {
   if (payload.size() < 8) return corrupt("a URL is cut off");
   const auto base = valueAt(readLittleEndian<std::uint32_t>(payload, 0), depth + 1);
-  if (!base) return base;
+  if (!base) return base.status();
   const auto text = textAt(readLittleEndian<std::uint32_t>(payload, 4));
   if (!text) return text.status();
   const NSURL* baseURL = base->ifURL();
@@ -386,8 +386,9 @@ std::optional<std::vector<std::string>> BookmarkData::pathComponents() const {
   for (const Value& element : *array) {
     const auto text = element.ifString() ? element.ifString() : element.ifData();
     if (!text || text->empty() || *text == "." || *text == ".." ||
-        text->find_first_of(std::string_view("/\0", 2)) != std::string_view::npos)
+        text->find_first_of(std::string_view("/\0", 2)) != std::string_view::npos) {
       return std::nullopt;
+    }
     components.emplace_back(*text);
   }
   return components;
@@ -418,8 +419,9 @@ Result<std::string> bookmarkFileFromBlob(std::string_view blob, NSDate created) 
   std::string file(kFileMagic);
   for (const std::uint32_t number :
        {static_cast<std::uint32_t>(kFileHeaderSize), static_cast<std::uint32_t>(kFileHeaderSize),
-        static_cast<std::uint32_t>(body->size()), kVersion})
+        static_cast<std::uint32_t>(body->size()), kVersion}) {
     appendLittleEndian(file, number);
+  }
   file.resize(kFileHeaderSize, '\0');
   writeLittleEndian(file, kFileDateOffset, std::bit_cast<std::uint64_t>(created.secondsSinceReferenceDate));
   return file += *body;

@@ -172,8 +172,9 @@ std::optional<std::string> Search::itemIn(const std::string& folder) {
 
 std::optional<std::string> Search::folderIn(const std::string& folder, std::uint64_t inode) {
   for (const FolderEntry& entry : entriesOf(folder)) {
-    if (entry.kind == FileKind::Folder && entry.inode == inode)
+    if (entry.kind == FileKind::Folder && entry.inode == inode) {
       return pathByAppendingComponent(folder, entry.name);
+    }
   }
   return std::nullopt;
 }

@@ -13,8 +13,6 @@ namespace vennick {
 
 using macos::Array;
 using macos::Dictionary;
-using macos::Integer;
-using macos::NSData;
 using macos::Value;
 
 namespace {

@@ -286,8 +286,8 @@ int find(const Words& words) {
     }
     if (!found.empty()) {
       ++foundDomains;
-      print("Found " + std::to_string(found.size()) + " keys in domain '" + name +
-            "': " + shown(Value(std::move(found))) + "\n");
+      const std::string count = std::to_string(found.size());
+      print("Found " + count + " keys in domain '" + name + "': " + shown(Value(std::move(found))) + "\n");
     }
   }
   if (foundDomains == 0) {
