@@ -7,16 +7,19 @@
 #include "macos/foundation/Bundle.h"
 #include "macos/foundation/Preferences.h"
 #include "macos/foundation/UserDefaults.h"
+#include "macos/host/DiskMemory.h"
 
 namespace vennick {
 
 void AppDelegate::applicationDidFinishLaunching() {
   const auto lock = lockHomeForRun();
   quitVNK5();
+  macos::RememberedDisk disk;
   loadLegacyPreferences();
   settings_ = VKSettings::initWithBundle(macos::NSBundle::bundleWithURL(mainApplicationURL()));
   mapSettings(*preferences_, *settings_->defaults());
   convertCollections();
+  disk.forget();
   carryOverUpdateChecks();
   settings_->save();
   restartVNK5();

@@ -47,6 +47,7 @@ void CollectionsConversion::convertFolderSets() {
 // A name that the store refuses ("Scripts") leaves the current set where it is: the entries go into that
 // one. Deliberate.
 void CollectionsConversion::convertSet(const std::string& name) {
+  disk_.forget();
   NSLog("Creating set: " + name);
   settings_.createSet(name, std::nullopt);
   preferences_.switchToSet(name);
@@ -68,6 +69,7 @@ void CollectionsConversion::convertFavorites() {
 }
 
 void CollectionsConversion::convertFavorite(CFItemList& favorites, std::int64_t index) {
+  disk_.forget();
   const auto known = favorites.urlAt(index);
   std::string name = favorites.nameAt(index);
   if (!known && name.empty()) {
@@ -112,6 +114,7 @@ void CollectionsConversion::convertDefaultFolders() {
 
 void CollectionsConversion::convertDefaultFolder(std::string_view key, const Value& record,
                                                  std::uint32_t flags) {
+  disk_.forget();
   const auto application = AppDelegate::appIDForKey(key);
   const Dictionary* stored = record.ifDictionary();
   CFItem item(stored != nullptr ? std::make_shared<Dictionary>(*stored) : nullptr, ResolveMode::AnyTarget);

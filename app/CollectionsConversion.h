@@ -13,6 +13,7 @@
 
 #include "legacy/CFItemList.h"
 #include "legacy/LegacyPreferences.h"
+#include "macos/host/DiskMemory.h"
 #include "settings/VKSettings.h"
 
 namespace vennick {
@@ -41,6 +42,8 @@ class CollectionsConversion {
 
   LegacyPreferences& preferences_;
   VKSettings& settings_;
+  // Each set and each entry sees the disk as it is when its turn comes.
+  macos::RememberedDisk disk_;
 };
 
 }  // namespace vennick

@@ -8,6 +8,7 @@
 #include <csignal>
 #include <cstdlib>
 
+#include "macos/host/DiskMemory.h"
 #include "macos/host/Host.h"
 #include "macos/host/PosixClock.h"
 #include "macos/host/PosixCommandRunner.h"
@@ -82,10 +83,13 @@ Host::Parts posixHostParts() {
   parts.home = homeFrom(parts.environment);
   parts.executable = executablePath();
   const std::string root = valueOf(parts.environment, "MACOS_ROOT");
-  parts.files = std::make_shared<PosixFileSystem>(root.empty() ? "/" : root);
-  parts.volumes = std::make_shared<PosixVolumeTable>(parts.files);
+  const auto files = std::make_shared<PosixFileSystem>(root.empty() ? "/" : root);
+  const auto memory = std::make_shared<DiskMemory>();
+  parts.files = std::make_shared<RememberingFileSystem>(files, memory);
+  parts.volumes =
+      std::make_shared<RememberingVolumeTable>(std::make_shared<PosixVolumeTable>(parts.files), memory);
   parts.clock = std::make_shared<PosixClock>();
-  parts.processes = std::make_shared<PosixProcessTable>(parts.files);
+  parts.processes = std::make_shared<PosixProcessTable>(files);
   parts.log = std::make_shared<StderrLogSink>();
   parts.commands =
       std::make_shared<PosixCommandRunner>(parts.environment, toolFoldersBeside(parts.executable));
