@@ -6,6 +6,7 @@
 #include <limits>
 
 #include "items/ItemFacts.h"
+#include "items/LocationIndex.h"
 #include "macos/foundation/Bookmark.h"
 #include "macos/foundation/Log.h"
 #include "macos/foundation/ResourceKeys.h"
@@ -59,6 +60,7 @@ void VKItem::setUrl(const std::optional<NSURL>& url) {
   if (!dict_) {
     return;
   }
+  noteLocationChange();
   if (!url) {
     dict_->remove(ItemKeys::URL);
     setName(std::nullopt);
@@ -97,6 +99,7 @@ std::optional<NSURL> VKItem::resolvedURL(unsigned options, const std::optional<N
   if (found) {
     const std::string text = found->absoluteString();
     if (!stored || *stored != text) {
+      noteLocationChange();
       dict_->set(ItemKeys::URL, Value(text));
     }
   }

@@ -348,7 +348,8 @@ bool VKItemArray::deleteMatching(const SoughtLocation& location) {
   const ListLock lock(items_);
   NSIndexSet indexes;
   const auto& entries = items_->entries;
-  for (std::size_t index = 0; index < entries.size(); ++index) {
+  const std::size_t most = items_->locations.mostEntriesFor(location.text, entries);
+  for (std::size_t index = 0; index < entries.size() && indexes.size() < most; ++index) {
     if (location.matches(*entries[index])) {
       indexes.push_back(index);
     }
@@ -361,6 +362,9 @@ bool VKItemArray::removeAnnounced(const NSIndexSet& indexes) {
     return false;
   }
   const Announcement announcement(*this, NSKeyValueChange::Removal, indexes);
+  for (const std::size_t index : indexes) {
+    items_->locations.removed(*items_->entries[index]);
+  }
   removeIndexes(items_->entries, indexes);
   return true;
 }
@@ -395,6 +399,7 @@ void VKItemArray::appendAnnounced(SharedDictionary entry) {
   const ListLock lock(items_);
   const Announcement announcement(*this, NSKeyValueChange::Insertion, {count()});
   if (items_) {
+    items_->locations.added(*entry);
     items_->entries.push_back(std::move(entry));
   }
 }
@@ -413,6 +418,7 @@ void VKItemArray::insertItem(const VKItem& item, std::size_t atIndex) {
   }
   const Announcement announcement(*this, NSKeyValueChange::Insertion, {atIndex});
   if (items_) {
+    items_->locations.added(*item.dict());
     items_->entries.insert(items_->entries.begin() + static_cast<std::ptrdiff_t>(atIndex), item.dict());
   }
 }
@@ -434,6 +440,7 @@ void VKItemArray::removeItem(const VKItem& item) {
   const Announcement announcement(*this, NSKeyValueChange::Removal,
                                   {static_cast<std::size_t>(first - entries.begin())});
   std::erase_if(entries, isSought);
+  items_->locations.forget();
 }
 
 void VKItemArray::removeItemAtIndex(std::size_t index) {
@@ -457,6 +464,7 @@ void VKItemArray::removeAllItems() {
   const Announcement announcement(*this, NSKeyValueChange::Removal, wholeRange(count()));
   if (items_) {
     items_->entries.clear();
+    items_->locations.forget();
   }
 }
 
@@ -495,6 +503,7 @@ void VKItemArray::setObject(const VKItem& item, std::size_t atIndexedSubscript) 
   if (!items_ || !item.dict()) {
     return;
   }
+  items_->locations.forget();
   if (atIndexedSubscript == count()) {
     items_->entries.push_back(item.dict());
   } else {

@@ -21,6 +21,7 @@
 #include <string_view>
 #include <vector>
 
+#include "items/LocationIndex.h"
 #include "items/VKItem.h"
 #include "macos/foundation/KeyValueObserving.h"
 #include "macos/foundation/URL.h"
@@ -32,6 +33,7 @@ namespace vennick {
 struct ItemList {
   std::vector<SharedDictionary> entries;
   std::recursive_mutex mutex;
+  LocationIndex locations;
 };
 using SharedItemList = std::shared_ptr<ItemList>;
 

@@ -1,0 +1,47 @@
+// SPDX-License-Identifier: MIT
+//
+// How many entries of a list are for a location, so that the look for duplicates walks over the list only
+// when there are some, and no further than the last of them. The list says what it adds and removes; a
+// location that changes inside an entry, through any view of it, is known too, and makes the index anew.
+// Used under the list's lock.
+#ifndef ITEMS_LOCATIONINDEX_H
+#define ITEMS_LOCATIONINDEX_H
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "platform/DeepCopy.h"
+
+namespace vennick {
+
+// Says that the "url" inside an entry has changed. Any thread.
+void noteLocationChange();
+
+class LocationIndex {
+ public:
+  // At most so many of the entries have a "url" that equals the text, exactly or without regard to letter
+  // case.
+  std::size_t mostEntriesFor(std::string_view text, const std::vector<SharedDictionary>& entries);
+  void added(const macos::Dictionary& entry);
+  // Before its "url" changes any more.
+  void removed(const macos::Dictionary& entry);
+  void forget() { isKnown_ = false; }
+
+ private:
+  void count(const macos::Dictionary& entry, std::ptrdiff_t change);
+
+  std::unordered_map<std::uint64_t, std::size_t> counts_;
+  // Beyond ASCII texts of many spellings are equal: these are not told apart.
+  std::size_t otherTexts_ = 0;
+  std::size_t size_ = 0;
+  std::uint64_t changes_ = 0;
+  bool isKnown_ = false;
+};
+
+}  // namespace vennick
+
+#endif  // ITEMS_LOCATIONINDEX_H
