@@ -59,11 +59,12 @@ class HomeCase(unittest.TestCase):
         shutil.rmtree(self.root + "/Applications/Vennick 5.app", ignore_errors=True)
         result = homes.run(self.root, BUNDLE)
         self.assertEqual(result.returncode, 0)
+        self.assertEqual(result.started_applications, 1, "the main application runs again")
         self.log = result.stderr.decode()
 
     def check(self, home, prepare=None):
         self.migrate(home, prepare)
-        self.assertEqual([], homes.compare(self.root, home), self.log[-3000:])
+        self.assertEqual([], homes.compare(self.root, home, self.log), self.log[-3000:])
 
     def domain(self):
         return homes.read(f"{self.root}{homes.PREFERENCES}/{homes.STORE_DOMAIN}.plist")

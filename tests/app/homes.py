@@ -291,8 +291,10 @@ class ExpectedStore:
     def __init__(self):
         self.sets = {"Default Set": ([], [])}
         self.current = "Default Set"
+        self.log = []  # what is said of sets and favorites, in order
 
     def switch_to_new(self, name):
+        self.log.append("Creating set: " + name)
         if name not in self.sets and name != "Scripts" and is_usable(name):
             self.sets[name] = ([], [])
         self.switch(name)
@@ -340,6 +342,7 @@ def expected_store(home):
     settings = home.settings_domain if home.settings_domain is not None else repaired(home.settings)
     flags = 2 if integer(settings, "MiscellaneousFlags", 10440) & 32 else 1
     left = {active}
+    store.log.append(f"Converting {len(sets)} folder set(s)")
     for name in sorted(sets, key=lambda name: (name.casefold(), name)):
         store.switch_to_new(name)
         # No set can be active under an empty name: the default set is, once more.
@@ -348,6 +351,9 @@ def expected_store(home):
             # Leaving a set clears what its entries remember of earlier attempts.
             location = entry.location(is_cleared=source in left)
             if entry.keeps:
+                store.log.append(f"Adding favorite {entry.name} : {location or MISSING}")
+                if entry.key:
+                    store.log.append("Adding favorite shortcut {")
                 store.add_favorite(entry.target.stored() if location else (MISSING, 2), entry.name, entry.key)
         for key in sorted(defaults.get(source, {})):
             convert_default_folder(store, key, defaults[source][key], flags)
@@ -389,6 +395,33 @@ def without(entry, *keys):
     return {key: value for key, value in entry.items() if key not in keys}
 
 
+def messages(log, *beginnings):
+    """The lines of a log that begin so, without what stands before each message."""
+    lines = [line.split("] ", 1)[-1] for line in log.splitlines()]
+    return [line for line in lines if line.startswith(beginnings)]
+
+
+def bookmark_path(data):
+    """Where a bookmark leads by its own record, on the boot volume or on the volume that it names."""
+    body = data[struct.unpack_from("<I", data, 12)[0]:]
+    table = struct.unpack_from("<I", body, 0)[0]
+    count = struct.unpack_from("<I", body, table + 16)[0]
+    keys = {key: offset for key, offset, _ in struct.iter_unpack("<III", body[table + 20:table + 20 + 12 * count])}
+
+    def item(offset):
+        length = struct.unpack_from("<I", body, offset)[0]
+        return body[offset + 8:offset + 8 + length]
+
+    return "".join("/" + item(offset).decode() for offset, in struct.iter_unpack("<I", item(keys[0x1004])))
+
+
+def bookmark_problems(entry):
+    if entry["url"] == MISSING:
+        return difference(f"bookmark of {entry['name']!r}", None, entry.get("bookmark"))
+    path = urllib.parse.unquote(entry["url"].removeprefix("file://")).rstrip("/")
+    return difference(f"bookmark of {entry['name']!r}", composed(path), composed(bookmark_path(entry["bookmark"])))
+
+
 def snapshot(root):
     return {path.name: path.read_bytes() for path in pathlib.Path(root + PREFERENCES).glob(DOMAIN + "*.plist")
             if not path.name.startswith(STORE_DOMAIN)}
@@ -406,23 +439,29 @@ def compare_set(root, name, favorites, folders):
     found = read(folder + "/Favorites.plist")
     problems = difference(f"favorites of {name!r}", composed(favorites),
                           composed([without(entry, "bookmark", "date") for entry in found]))
-    for entry in found:
-        has_bookmark = entry["url"] != MISSING
-        problems += difference(f"bookmark of {entry['name']!r}", has_bookmark, entry.get("bookmark", b"")[:4] == b"book")
+    problems += sum(map(bookmark_problems, found), [])
     found = read(folder + "/DefaultFolders.plist")
+    problems += sum(map(bookmark_problems, found), [])
     problems += difference(f"default folders of {name!r}", composed(folders),
                            composed([without(entry, "bookmark", "date") for entry in found]))
-    for filename in ["RecentFiles", "RecentFolders", "RecentFinderFolders", "RecentApplications", "DroppedItems"]:
+    empty_lists = ["RecentFiles", "RecentFolders", "RecentFinderFolders", "RecentApplications", "DroppedItems"]
+    filenames = ["Favorites", "DefaultFolders", "LastFolders", "Rebound", *empty_lists]
+    # A name with a slash is a folder in a folder.
+    problems += difference(f"files of {name!r}", sorted(filename + ".plist" for filename in filenames),
+                           sorted(path.name for path in pathlib.Path(folder).iterdir() if path.is_file()))
+    for filename in empty_lists:
         problems += difference(filename, [], read(f"{folder}/{filename}.plist"))
     for filename in ["LastFolders", "Rebound"]:
         problems += difference(filename, {}, read(f"{folder}/{filename}.plist"))
     return problems
 
 
-def compare(root, home):
+def compare(root, home, log):
+    """The whole store and what the run said of sets and favorites, beside what is expected."""
     store, settings = expected_store(home)
     domain = read(f"{root}{PREFERENCES}/{STORE_DOMAIN}.plist")
-    problems = []
+    problems = difference("log", composed(store.log), composed(messages(
+        log, "Creating set: ", "Adding favorite ", *(f"Converting {digit}" for digit in range(10)))))
     for key, value in settings.items():
         problems += difference(key, (type(value), value), (type(domain.get(key)), domain.get(key)))
     names = sorted(store.sets, key=lambda name: unicodedata.normalize("NFD", name))
@@ -439,7 +478,7 @@ def run(root, bundle):
     executable = application + "/Contents/Helpers/VennickMigrator.app/Contents/MacOS/VennickMigrator"
     environment = {"PATH": os.environ["PATH"], "HOME": HOME, "MACOS_ROOT": root}
     result = subprocess.run([executable], env=environment, capture_output=True, timeout=60, check=False)
-    end_main_application(application)
+    result.started_applications = end_main_application(application)
     return result
 
 
@@ -451,11 +490,14 @@ def is_running(process, program):
 
 
 def end_main_application(application):
-    """Ends it and waits until it is gone, so that it changes nothing any more."""
+    """Ends it and waits until it is gone, so that it changes nothing any more; gives how many there were."""
     program = application + "/Contents/MacOS/Vennick5"
+    ended = 0
     for process in pathlib.Path("/proc").glob("[0-9]*"):
         if is_running(process, program):
+            ended += 1
             with contextlib.suppress(ProcessLookupError):
                 os.kill(int(process.name), signal.SIGKILL)
             while is_running(process, program):
                 time.sleep(0.001)
+    return ended

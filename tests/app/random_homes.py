@@ -130,9 +130,10 @@ def try_seed(seed, bundle, keep):
     before = snapshot(root)
     result = run(root, bundle)
     problems = difference("exit status", 0, result.returncode)
+    problems += difference("started main applications", 1, result.started_applications)
     problems += difference("version 4 preferences", before, snapshot(root))
     if not problems:
-        problems = compare(root, home)
+        problems = compare(root, home, result.stderr.decode())
     if problems:
         print(f"seed {seed} fails; replay it with --seed {seed} --keep")
         print("\n".join(problems))

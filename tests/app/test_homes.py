@@ -25,7 +25,7 @@ class HomeTest(HomeCase):
         home.write(self.root)
         os.remove(f"{self.root}{homes.PREFERENCES}/{homes.DOMAIN}.plist")
         self.run_again()
-        self.assertEqual([], homes.compare(self.root, home))
+        self.assertEqual([], homes.compare(self.root, home, self.log))
         self.assertEqual("Default Set", self.domain()["currentSet"])
         self.assertIn("Converting 0 folder set(s)", self.messages())
         self.assertEqual([f"{homes.STORE_DOMAIN}.plist"],
@@ -239,11 +239,11 @@ class HomeTest(HomeCase):
             pathlib.Path(f"{self.root}{homes.PREFERENCES}/{homes.STORE_DOMAIN}.plist").write_bytes(
                 plistlib.dumps({"favoritesStaySorted": True}))
 
-        self.migrate(Home(sets={"a": [entry(PROJECTS, "z"), entry(CAFE, "y")]}), prepare)
-        # Café is sorted before "z", so that the second name goes to Projects.
-        names = [(favorite["name"], favorite["url"]) for favorite in self.favorites("a")]
-        self.assertEqual([("Café", CAFE.location()), ("y", PROJECTS.location())],
-                         [(unicodedata.normalize("NFC", name), url) for name, url in names])
+        self.migrate(Home(sets={"a": [entry(PROJECTS, "z"), entry(CAFE, "y", CommandKey=hotkey(0, 0x0100))]}), prepare)
+        # Café is sorted before "z", so that the second name and its hotkey go to Projects.
+        found = [(unicodedata.normalize("NFC", favorite["name"]), favorite["url"], "hotkey" in favorite)
+                 for favorite in self.favorites("a")]
+        self.assertEqual([("Café", CAFE.location(), False), ("y", PROJECTS.location(), True)], found)
 
     def test_the_migrated_history_size_is_not_the_key_that_limits_the_lists(self):
         self.check(Home(sets={}, settings={"MaxRecentFolders": 3}))
