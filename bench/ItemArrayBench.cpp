@@ -107,7 +107,9 @@ void AddNew(benchmark::State& state) {
   for (auto _ : state) {
     add(home, home.url(next++), countOf(state));
     state.PauseTiming();
-    home.list.setObject(home.list.objectAtIndexedSubscript(0), home.list.count() - 1);
+    const vennick::VKItem other = home.list.objectAtIndexedSubscript(0).copy();
+    home.list.removeItemAtIndex(home.list.count() - 1);
+    home.list.insertItem(other, 0);
     state.ResumeTiming();
   }
 }

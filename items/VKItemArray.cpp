@@ -362,10 +362,14 @@ bool VKItemArray::removeAnnounced(const NSIndexSet& indexes) {
     return false;
   }
   const Announcement announcement(*this, NSKeyValueChange::Removal, indexes);
-  for (const std::size_t index : indexes) {
-    items_->locations.removed(*items_->entries[index]);
+  // An observer of the will-change may have taken entries away, or the list itself.
+  const NSIndexSet present(indexes.begin(), std::lower_bound(indexes.begin(), indexes.end(), count()));
+  if (!present.empty()) {
+    for (const std::size_t index : present) {
+      items_->locations.removed(*items_->entries[index]);
+    }
+    removeIndexes(items_->entries, present);
   }
-  removeIndexes(items_->entries, indexes);
   return true;
 }
 
@@ -419,7 +423,9 @@ void VKItemArray::insertItem(const VKItem& item, std::size_t atIndex) {
   const Announcement announcement(*this, NSKeyValueChange::Insertion, {atIndex});
   if (items_) {
     items_->locations.added(*item.dict());
-    items_->entries.insert(items_->entries.begin() + static_cast<std::ptrdiff_t>(atIndex), item.dict());
+    // As far as the list still reaches, should an observer have shortened it.
+    const auto place = static_cast<std::ptrdiff_t>(std::min(atIndex, count()));
+    items_->entries.insert(items_->entries.begin() + place, item.dict());
   }
 }
 

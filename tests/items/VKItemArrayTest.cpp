@@ -722,6 +722,29 @@ TEST_F(ItemArray, LetsAnObserverChangeTheListFromANotice) {
   EXPECT_EQ(array.count(), 2U);
 }
 
+TEST_F(ItemArray, AnObserverThatTakesAwayWhatIsToBeRemovedDoesNoHarm) {
+  for (const char* path : {"/a", "/b", "/a", "/a"}) {
+    array.addURLForApp(url(path), std::nullopt, std::nullopt);
+  }
+  bool isFirst = true;
+  owner->onNotice = [&] {
+    if (std::exchange(isFirst, false)) array.removeItemAtIndex(1);
+  };
+  array.insertItem(VKItem(record({}, {})), 4);
+  EXPECT_EQ(array.lastItem()->dict()->size(), 2U) << "inserted at the end of what is left";
+  array.removeItemAtIndex(3);
+  array.insertItem(VKItem(record({}, {})), 1);
+  isFirst = true;
+  EXPECT_TRUE(array.deleteItemForURL(url("/a"))) << "of the indexes 0, 2 and 3 the last is no more";
+  EXPECT_EQ(array.count(), 1U);
+  array.setKvoOwner(nullptr);
+  array.addURLForApp(url("/b"), std::nullopt, std::nullopt);
+  array.setKvoOwner(owner);
+  owner->onNotice = [&] { array.setItems(nullptr); };
+  EXPECT_TRUE(array.deleteItemForURL(url("/b")));
+  EXPECT_EQ(array.count(), 0U);
+}
+
 TEST_F(ItemArray, TakesAddsFromManyThreads) {
   array.setKvoOwner(nullptr);
   std::vector<std::thread> threads;
