@@ -108,6 +108,12 @@ std::optional<std::vector<VKItem>> itemsWhoseListContains(const SharedItemList& 
   return found.empty() ? std::nullopt : std::optional(std::move(found));
 }
 
+// A name that is no string counts as none.
+const Value* sortName(const Dictionary& entry) {
+  const Value* name = entry.find(ItemKeys::Name);
+  return name != nullptr && name->ifString() ? name : nullptr;
+}
+
 SharedDictionary separatorEntry(NSDate date) {
   return std::make_shared<Dictionary>(Dictionary{{ItemKeys::Name, Value(kSeparatorName)},
                                                  {ItemKeys::URL, Value(kSeparatorURL)},
@@ -483,10 +489,10 @@ void VKItemArray::sort(const ItemComparator& comparator) {
   }
   std::stable_sort(items_->entries.begin(), items_->entries.end(),
                    [&](const SharedDictionary& x, const SharedDictionary& y) {
-                     return comparator({x->find(ItemKeys::Name), y->find(ItemKeys::Name),
-                                        x->find(ItemKeys::Applications), y->find(ItemKeys::Applications),
-                                        x->find(ItemKeys::FileTypes), y->find(ItemKeys::FileTypes),
-                                        x->find(ItemKeys::Hotkey), y->find(ItemKeys::Hotkey)}) < 0;
+                     return comparator({sortName(*x), sortName(*y), x->find(ItemKeys::Applications),
+                                        y->find(ItemKeys::Applications), x->find(ItemKeys::FileTypes),
+                                        y->find(ItemKeys::FileTypes), x->find(ItemKeys::Hotkey),
+                                        y->find(ItemKeys::Hotkey)}) < 0;
                    });
 }
 

@@ -37,7 +37,8 @@ struct ItemList {
 };
 using SharedItemList = std::shared_ptr<ItemList>;
 
-// What sort() hands to its comparator: the raw values of two entries, null where an entry has none.
+// What sort() hands to its comparator: the raw values of two entries, null where an entry has none; a name
+// that is no string counts as none.
 struct SortValues {
   const macos::Value* xName;
   const macos::Value* yName;

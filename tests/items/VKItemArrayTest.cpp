@@ -536,6 +536,26 @@ TEST_F(ItemArray, SortsStablyByTheEightValuesAndAnnouncesTheWholeRange) {
             (std::vector<std::string>{"will replace [0 1 2 3] of 4", "did replace [0 1 2 3] of 4"}));
 }
 
+TEST_F(ItemArray, SortingTakesANameThatIsNoStringForNone) {
+  for (const Value& name : {Value(7), Value("a"), Value(macos::NSData{"a"})}) {
+    array.addItem(VKItem(std::make_shared<Dictionary>(Dictionary{{"name", name}})));
+  }
+  int named = 0;
+  int nameless = 0;
+  array.sort([&](const SortValues& values) {
+    for (const Value* name : {values.xName, values.yName}) {
+      ++(name == nullptr ? nameless : named);
+      if (name != nullptr) {
+        EXPECT_EQ(name->ifString(), "a");
+      }
+    }
+    return (values.yName != nullptr ? 1 : 0) - (values.xName != nullptr ? 1 : 0);
+  });
+  EXPECT_GT(named, 0);
+  EXPECT_GT(nameless, 0);
+  EXPECT_EQ(VKItem(array.items()->entries[0]).name(), "a");
+}
+
 // --- What observers are told
 
 TEST_F(ItemArray, TellsObserversTheValuesThatCameAndWent) {
