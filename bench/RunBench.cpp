@@ -4,7 +4,7 @@
 // the process's own processor time, user and system; peak memory stands beside it. The aim is at most 10 ms.
 //
 //   NothingToDo    a home without version 4 preferences; the main application ends at once
-//   SampleHome     the sample home's preferences, whose favorites lead nowhere here, for comparison
+//   SampleHome     the sample home's preferences, whose folders are not here, for comparison
 //   StartAlone     /bin/true, the floor: starting any program at all
 #include <benchmark/benchmark.h>
 #include <fcntl.h>
@@ -67,7 +67,7 @@ class Mac {
 
   void copySamplePreferences() const {
     fs::copy(fs::path(VENNICK_SOURCE) / "samples/home/Library/Preferences", preferences(),
-             fs::copy_options::overwrite_existing);
+             fs::copy_options::overwrite_existing | fs::copy_options::recursive);
   }
 
   Cost run() const {
