@@ -80,7 +80,8 @@ TEST(RunningApplication, AScriptIsAnApplicationLikeAnyOther) {
   TestHost host;
   makeApplication(host.root(), kMain, kIdentifier);
   const std::string script = kMain + "/Contents/MacOS/Main";
-  host.root().makeExecutable(script, "#!/bin/sh\necho ready\nwhile :; do sleep 0.1; done\n");
+  // It starts nothing: a child is the script too until it has become another program.
+  host.root().makeExecutable(script, "#!/bin/sh\necho ready\nwhile :; do :; done\n");
   const Instance instance(host.root().hostPath(script), Quits::AtOnce);
   EXPECT_EQ(running(), std::vector{instance.processID()});
 }
