@@ -17,7 +17,6 @@ using macos::FileInfo;
 using macos::FileKind;
 using macos::FollowLinks;
 using macos::NSURL;
-using macos::Result;
 using macos::Status;
 using macos::Value;
 

@@ -41,7 +41,7 @@ NSURL VKSettings::urlForSettingsFolderInDomain(unsigned domainMask, bool create)
     macos::NSLog("dirs.count > 0");
     std::abort();
   }
-  const NSURL folder = withLinksAndAliasResolved(
+  NSURL folder = withLinksAndAliasResolved(
       dirs.front().URLByAppendingPathComponentIsDirectory(defaults()->suiteName(), true));
   if (create) {
     makeFolder(folder);

@@ -48,8 +48,9 @@ class Integer {
 
   friend constexpr bool operator==(Integer, Integer) = default;
   friend constexpr std::strong_ordering operator<=>(Integer a, Integer b) {
-    if (a.negative_ != b.negative_)
+    if (a.negative_ != b.negative_) {
       return a.negative_ ? std::strong_ordering::less : std::strong_ordering::greater;
+    }
     return a.bits_ <=> b.bits_;
   }
 
