@@ -17,15 +17,10 @@ using macos::Value;
 
 namespace {
 
-NSURL throughLinksAndAlias(const NSURL& folder) {
-  const NSURL resolved = folder.URLByResolvingSymlinksInPath();
-  return pathIsAlias(resolved) ? URLByResolvingAliasFile(resolved) : resolved;
-}
-
 NSURL settingsFolder() {
   const auto folders = macos::NSFileManager::defaultManager().URLsForDirectory(
       macos::NSSearchPathDirectory::ApplicationSupport, macos::NSUserDomainMask);
-  return throughLinksAndAlias(
+  return URLByResolvingLinksAndAliasFile(
       folders.front().URLByAppendingPathComponentIsDirectory(kMainApplicationIdentifier, true));
 }
 
@@ -45,7 +40,7 @@ std::vector<std::string> storedNames() {
 // other set was written once.
 NSURL folderOf(const std::string& name, const NSURL& settings) {
   const NSURL folder = settings.URLByAppendingPathComponentIsDirectory(name, true);
-  return throughLinksAndAlias(
+  return URLByResolvingLinksAndAliasFile(
       pathExists(folder) ? folder : settings.URLByAppendingPathComponentIsDirectory(kDefaultSetName, true));
 }
 

@@ -189,6 +189,11 @@ NSURL URLByResolvingAliasFile(const NSURL& url) {
   return macos::URLByResolvingAliasFileAtURL(url, kOptions).value_or(url);
 }
 
+NSURL URLByResolvingLinksAndAliasFile(const NSURL& url) {
+  const NSURL resolved = url.URLByResolvingSymlinksInPath();
+  return pathIsAlias(resolved) ? URLByResolvingAliasFile(resolved) : resolved;
+}
+
 std::optional<NSError> createAliasFileAtURL(const NSURL& url, const NSURL& aliasFile) {
   constexpr unsigned kOptions = macos::NSURLBookmarkCreationSuitableForBookmarkFile;
   NSError error;

@@ -59,6 +59,8 @@ void sizeDeliveredToBlock(const macos::NSURL& url, std::function<void(std::int64
 // The target of an alias file, without user interface and without mounting; the URL itself when it is no
 // alias file or leads nowhere.
 macos::NSURL URLByResolvingAliasFile(const macos::NSURL& url);
+// The same once every link in the path is resolved.
+macos::NSURL URLByResolvingLinksAndAliasFile(const macos::NSURL& url);
 // Writes an alias file that leads to the URL; nullopt on success.
 std::optional<macos::NSError> createAliasFileAtURL(const macos::NSURL& url, const macos::NSURL& aliasFile);
 

@@ -17,11 +17,6 @@ using macos::NSURL;
 
 namespace {
 
-NSURL withLinksAndAliasResolved(const NSURL& folder) {
-  const NSURL resolved = folder.URLByResolvingSymlinksInPath();
-  return pathIsAlias(resolved) ? URLByResolvingAliasFile(resolved) : resolved;
-}
-
 // A home that is not there is not made.
 void makeFolder(const NSURL& folder) {
   if (pathExists(folder) || !pathExists(macos::Host::current().home())) {
@@ -41,7 +36,7 @@ NSURL VKSettings::urlForSettingsFolderInDomain(unsigned domainMask, bool create)
     macos::NSLog("dirs.count > 0");
     std::abort();
   }
-  NSURL folder = withLinksAndAliasResolved(
+  NSURL folder = URLByResolvingLinksAndAliasFile(
       dirs.front().URLByAppendingPathComponentIsDirectory(defaults()->suiteName(), true));
   if (create) {
     makeFolder(folder);
@@ -58,7 +53,7 @@ NSURL VKSettings::urlForFolderSet(const std::optional<std::string>& name, bool c
   if (!pathExists(setFolder) && *name == localizedDefaultSetName()) {
     setFolder = folder.URLByAppendingPathComponentIsDirectory(kDefaultSetName, true);
   }
-  setFolder = withLinksAndAliasResolved(setFolder);
+  setFolder = URLByResolvingLinksAndAliasFile(setFolder);
   if (create) {
     makeFolder(setFolder);
   }
