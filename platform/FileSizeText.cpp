@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "macos/foundation/Bundle.h"
+#include "macos/foundation/StringFormat.h"
 
 namespace vennick {
 
@@ -22,30 +23,6 @@ std::string generalNumber(float number) {
   const auto [end, error] = std::to_chars(text.data(), text.data() + text.size(), static_cast<double>(number),
                                           std::chars_format::general, 6);
   return error == std::errc() ? std::string(text.data(), end) : "";
-}
-
-// Fills in a format whose "%g" is the number and whose "%@" is the unit; a translation may name them by
-// their places, "%1$g" and "%2$@", to change their order.
-std::string filledIn(std::string_view format, const std::string& number, const std::string& unit) {
-  std::string text;
-  while (!format.empty()) {
-    bool known = false;
-    for (const auto& [directive, value] : {std::pair<std::string_view, std::string_view>{"%g", number},
-                                           {"%1$g", number},
-                                           {"%@", unit},
-                                           {"%2$@", unit},
-                                           {"%%", "%"}}) {
-      if (!format.starts_with(directive)) continue;
-      text.append(value);
-      format.remove_prefix(directive.size());
-      known = true;
-      break;
-    }
-    if (known) continue;
-    text.push_back(format.front());
-    format.remove_prefix(1);
-  }
-  return text;
 }
 
 }  // namespace
@@ -71,7 +48,7 @@ std::optional<std::string> stringForFileSize(std::uint64_t byteCount) {
     } while (number > kStep && unit + 1 < kUnits.size());
   }
   number = std::trunc(number * 100.0F) / 100.0F;
-  return filledIn(format, generalNumber(number), words[unit]);
+  return macos::stringWithFormat(format, {{'g', generalNumber(number)}, {'@', words[unit]}});
 }
 
 }  // namespace vennick
