@@ -14,15 +14,8 @@
 
 #include "tests/app/WholeRun.h"
 #include "tests/support/ChildProcess.h"
+#include "tests/support/Sanitizers.h"
 #include "tests/support/TemporaryMount.h"
-
-#if defined(__SANITIZE_ADDRESS__)
-#define VENNICK_SANITIZED 1
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-#define VENNICK_SANITIZED 1
-#endif
-#endif
 
 namespace vennick {
 namespace {

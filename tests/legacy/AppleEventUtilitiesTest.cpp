@@ -6,6 +6,7 @@
 #include <new>
 
 #include "tests/support/FinderStandIn.h"
+#include "tests/support/Sanitizers.h"
 #include "tests/support/TestHost.h"
 
 using macos::AEBuildArgument;
@@ -20,18 +21,7 @@ using vennick::tests::TestHost;
 using vennick::tests::TestHostOptions;
 
 // The thread sanitizer's operators cannot be replaced.
-#if defined(__SANITIZE_THREAD__)
-#define VENNICK_OWN_OPERATOR_NEW 0
-#elif defined(__has_feature)
-#if __has_feature(thread_sanitizer)
-#define VENNICK_OWN_OPERATOR_NEW 0
-#endif
-#endif
-#ifndef VENNICK_OWN_OPERATOR_NEW
-#define VENNICK_OWN_OPERATOR_NEW 1
-#endif
-
-#if VENNICK_OWN_OPERATOR_NEW
+#ifndef VENNICK_THREAD_SANITIZED
 namespace {
 
 bool noMemory = false;
@@ -223,7 +213,7 @@ TEST_F(AppleEventUtilities, GetStringParamHasNoMemoryForAStringThatIsNotUTF8) {
   EXPECT_EQ(text, "before");
 }
 
-#if VENNICK_OWN_OPERATOR_NEW
+#ifndef VENNICK_THREAD_SANITIZED
 // Without memory for the bytes the answer is a success without a string; kept.
 TEST_F(AppleEventUtilities, GetStringParamAnswersZeroWithoutAStringWhenThereIsNoMemory) {
   std::string text = "before";

@@ -20,14 +20,8 @@
 #include "macos/foundation/PropertyList.h"
 #include "tests/macos/foundation/PreferencesTesting.h"
 #include "tests/support/ChildProcess.h"
+#include "tests/support/Sanitizers.h"
 #include "tests/support/TemporaryMount.h"
-
-// The thread sanitizer keeps a multiple of all memory that is touched.
-#if defined(__has_feature)
-#if __has_feature(thread_sanitizer)
-#define VENNICK_THREAD_SANITIZED 1
-#endif
-#endif
 
 namespace macos {
 namespace {
@@ -374,6 +368,7 @@ TEST_F(DamagedPreferences, TwoHundredMegabytesOfGarbageCostBoundedMemory) {
     EXPECT_EQ(get("a"), std::nullopt);
     rusage after{};
     getrusage(RUSAGE_SELF, &after);
+// The thread sanitizer keeps a multiple of all memory that is touched.
 #ifndef VENNICK_THREAD_SANITIZED
     // In KiB: the content and as much again for whatever reads it.
     EXPECT_LT(after.ru_maxrss - before.ru_maxrss, 450 * 1024);

@@ -19,13 +19,7 @@
 #include "gtest/gtest.h"
 #include "tests/macos/host/FileSystemFixture.h"
 #include "tests/support/ChildProcess.h"
-
-// A sanitizer reserves more memory than a limit would leave it.
-#if defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-#define VENNICK_SANITIZED
-#endif
-#endif
+#include "tests/support/Sanitizers.h"
 
 namespace macos {
 namespace {
@@ -75,7 +69,8 @@ TEST_P(PosixFileSystemQueries, RefusesAFileOfHolesThatClaimsToBeVast) {
   EXPECT_EQ(files.readStart(anna("holes"), 3).valueOr(""), std::string(3, '\0'));
 }
 
-#if !defined(VENNICK_SANITIZED)
+// A sanitizer reserves more memory than a limit would leave it.
+#ifndef VENNICK_SANITIZED
 TEST_P(PosixFileSystemQueries, SaysWhenThereIsNoMemoryForAFile) {
   root.writeFile("/Users/anna/holes", "");
   ASSERT_EQ(::truncate(root.hostPath("/Users/anna/holes").c_str(), off_t{1} << 40), 0);
