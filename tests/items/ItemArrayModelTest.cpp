@@ -9,7 +9,9 @@
 #include <random>
 
 #include "items/VKItemArray.h"
+#include "macos/host/DiskMemory.h"
 #include "tests/items/RecordingOwner.h"
+#include "tests/support/Sanitizers.h"
 #include "tests/support/TestHost.h"
 
 namespace vennick {
@@ -22,7 +24,12 @@ using macos::NSURL;
 using macos::Value;
 using Strings = std::vector<std::string>;
 
+#ifdef VENNICK_SANITIZED
+// Each takes several times as long, and the other builds make the whole run.
+constexpr int kOperations = 20'000;
+#else
 constexpr int kOperations = 100'000;
+#endif
 constexpr int kFolders = 9;
 
 // What the array should hold and have announced. It knows nothing of the disk: every location exists, is
@@ -265,8 +272,18 @@ class RandomRun {
     }
   }
 
+  // The folders do not change during the run, so that the disk may be asked for each once.
+  static tests::TestHostOptions withMemory() {
+    return {.adjust = [](macos::Host::Parts& parts) {
+      const auto memory = std::make_shared<macos::DiskMemory>();
+      parts.files = std::make_shared<macos::RememberingFileSystem>(parts.files, memory);
+      parts.volumes = std::make_shared<macos::RememberingVolumeTable>(parts.volumes, memory);
+    }};
+  }
+
   std::mt19937 random_;
-  tests::TestHost host_;
+  tests::TestHost host_{withMemory()};
+  macos::RememberedDisk disk_;
   std::shared_ptr<tests::RecordingOwner> owner_ = std::make_shared<tests::RecordingOwner>();
   VKItemArray array_;
   SimpleList simple_;
