@@ -4,11 +4,14 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
+#include <functional>
+#include <iterator>
 #include <map>
 #include <regex>
 #include <set>
 #include <sstream>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "gtest/gtest.h"
@@ -35,31 +38,56 @@ std::string textOf(const fs::path& path) {
   return text.str();
 }
 
+std::string_view withoutLeadingBlanks(std::string_view text) {
+  return text.substr(std::min(text.find_first_not_of(" \t"), text.size()));
+}
+
+// What the line includes, with the character before the name; empty when it includes nothing.
+std::string_view includedIn(std::string_view line) {
+  line = withoutLeadingBlanks(line);
+  if (!line.starts_with('#')) return {};
+  line = withoutLeadingBlanks(line.substr(1));
+  constexpr std::string_view kInclude = "include";
+  if (!line.starts_with(kInclude)) return {};
+  line = withoutLeadingBlanks(line.substr(kInclude.size()));
+  if (!line.starts_with('<') && !line.starts_with('"')) return {};
+  return line.substr(0, line.find_first_of(">\"", 1));
+}
+
 Source read(const fs::path& path) {
-  Source source{fs::relative(path, kRoot).generic_string(), {}, {}, {}};
-  static const std::regex include(R"re(^\s*#\s*include\s*([<"])([^>"]+)[>"])re");
+  Source source{path.lexically_relative(kRoot).generic_string(), {}, {}, {}};
   std::istringstream text(textOf(path));
   for (std::string line; std::getline(text, line);) {
-    std::smatch match;
-    if (std::regex_search(line, match, include)) {
-      (match[1] == "<" ? source.systemIncludes : source.projectIncludes).push_back(match[2]);
+    const std::string_view included = includedIn(line);
+    if (included.size() > 1) {
+      (included[0] == '<' ? source.systemIncludes : source.projectIncludes).emplace_back(included.substr(1));
     }
     source.lines.push_back(std::move(line));
   }
   return source;
 }
 
-// Every source below these folders, in order.
-std::vector<Source> sourcesOf(const std::vector<std::string>& folders) {
-  std::vector<Source> sources;
-  for (const std::string& folder : folders) {
-    if (!fs::exists(kRoot / folder)) continue;
+// Every source below this folder. It is read once for all tests.
+const std::vector<Source>& sourcesOf(const std::string& folder) {
+  static std::map<std::string, std::vector<Source>> known;
+  const auto [place, isNew] = known.try_emplace(folder);
+  if (isNew && fs::exists(kRoot / folder)) {
     for (const auto& entry : fs::recursive_directory_iterator(kRoot / folder)) {
       const auto extension = entry.path().extension();
-      if (extension == ".h" || extension == ".cpp") sources.push_back(read(entry.path()));
+      if (extension == ".h" || extension == ".cpp") place->second.push_back(read(entry.path()));
     }
   }
-  std::sort(sources.begin(), sources.end(), [](const auto& a, const auto& b) { return a.path < b.path; });
+  return place->second;
+}
+
+// Every source below these folders, in order.
+std::vector<std::reference_wrapper<const Source>> sourcesOf(const std::vector<std::string>& folders) {
+  std::vector<std::reference_wrapper<const Source>> sources;
+  for (const std::string& folder : folders) {
+    const std::vector<Source>& more = sourcesOf(folder);
+    sources.insert(sources.end(), more.begin(), more.end());
+  }
+  std::sort(sources.begin(), sources.end(), [](const Source& a, const Source& b) { return a.path < b.path; });
   return sources;
 }
 
@@ -114,6 +142,15 @@ const std::map<std::string, std::set<std::string>>& allowed() {
 }
 
 TEST(SourceTree, HasSourcesToLookAt) { EXPECT_GT(sourcesOf(kFloors).size(), 20U); }
+
+TEST(SourceTree, FindsWhatALineIncludes) {
+  EXPECT_EQ(includedIn("#include <vector>"), "<vector");
+  EXPECT_EQ(includedIn(" \t# \t include\"app/App.h\"  // why"), "\"app/App.h");
+  for (const char* line : {"", "#", "include <vector>", "// #include <vector>", "#define X <vector>",
+                           "#if include", "#include", "#include KIND"}) {
+    EXPECT_EQ(includedIn(line), "") << line;
+  }
+}
 
 TEST(SourceTree, IncludesPointDownTheFloorsAndNeverUp) {
   for (const Source& source : sourcesOf(kFloors)) {
