@@ -6,7 +6,9 @@ The expected store is computed here from what was put into a home, in the plaine
 migration can be written down; nothing is shared with the program.
 """
 
+import atexit
 import contextlib
+import functools
 import os
 import pathlib
 import plistlib
@@ -14,6 +16,7 @@ import shutil
 import signal
 import struct
 import subprocess
+import tempfile
 import time
 import unicodedata
 import urllib.parse
@@ -472,9 +475,17 @@ def compare(root, home, log):
     return problems
 
 
+@functools.cache
+def bundle_beside_roots(bundle):
+    """A copy on the disk of the temporary roots, so that they can link its files: they are 30 MB."""
+    folder = tempfile.mkdtemp(prefix="vennick-bundle-")
+    atexit.register(shutil.rmtree, folder)
+    return shutil.copytree(bundle, folder + "/Vennick 5.app", symlinks=True)
+
+
 def run(root, bundle):
     application = root + "/Applications/Vennick 5.app"
-    shutil.copytree(bundle, application, symlinks=True)
+    shutil.copytree(bundle_beside_roots(bundle), application, symlinks=True, copy_function=os.link)
     executable = application + "/Contents/Helpers/VennickMigrator.app/Contents/MacOS/VennickMigrator"
     environment = {"PATH": os.environ["PATH"], "HOME": HOME, "MACOS_ROOT": root}
     result = subprocess.run([executable], env=environment, capture_output=True, timeout=60, check=False)
