@@ -8,6 +8,7 @@
 #include "macos/foundation/PropertyList.h"
 #include "macos/foundation/StringsFile.h"
 #include "macos/foundation/Text.h"
+#include "tests/support/ProcessorTime.h"
 #include "tests/support/PropertyListTesting.h"
 
 namespace macos {
@@ -152,9 +153,9 @@ TEST(OpenStepPropertyList, RefusesAMillionLevelsAtOnce) {
   std::string dictionaries;
   for (int i = 0; i < 1000000; ++i) dictionaries += "{a=";
   const std::string arrays(1000000, '(');
-  const auto started = std::chrono::steady_clock::now();
+  const auto started = vennick::tests::processorTime();
   const std::string answers = read(arrays) + read(dictionaries);
-  EXPECT_LT(std::chrono::steady_clock::now() - started, std::chrono::seconds(2));
+  EXPECT_LT(vennick::tests::processorTime() - started, std::chrono::seconds(2));
   EXPECT_NE(answers.find("nested too deep"), std::string::npos);
   EXPECT_NE(answers.rfind("nested too deep"), answers.find("nested too deep"));
 }

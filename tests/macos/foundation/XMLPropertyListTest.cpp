@@ -10,6 +10,7 @@
 #include "macos/foundation/PropertyList.h"
 #include "macos/foundation/Text.h"
 #include "macos/foundation/URL.h"
+#include "tests/support/ProcessorTime.h"
 #include "tests/support/PropertyListTesting.h"
 
 namespace macos {
@@ -321,9 +322,9 @@ TEST(XMLPropertyList, LimitsTheDepthTo512) {
 TEST(XMLPropertyList, RefusesAMillionLevelsAtOnce) {
   const std::string arrays = nested("<array>", "</array>", 1000000);
   const std::string dictionaries = nested("<dict><key>a</key>", "</dict>", 1000000);
-  const auto started = std::chrono::steady_clock::now();
+  const auto started = vennick::tests::processorTime();
   const std::string answers = read(arrays) + read(dictionaries);
-  EXPECT_LT(std::chrono::steady_clock::now() - started, std::chrono::seconds(2));
+  EXPECT_LT(vennick::tests::processorTime() - started, std::chrono::seconds(2));
   EXPECT_NE(answers.find("nested too deep"), std::string::npos);
   EXPECT_NE(answers.rfind("nested too deep"), answers.find("nested too deep"));
 }
