@@ -10,6 +10,8 @@
 #include <fstream>
 #include <iterator>
 
+#include "tests/support/Python.h"
+
 std::string readIndependently(std::string_view script, std::string_view bytes, std::string_view argument) {
   std::string file = testing::TempDir() + "readXXXXXX";
   const int descriptor = mkstemp(file.data());
@@ -17,8 +19,9 @@ std::string readIndependently(std::string_view script, std::string_view bytes, s
   close(descriptor);
   std::ofstream(file, std::ios::binary) << bytes;
 
-  const std::string command = "python3 '" VENNICK_SOURCE "/tests/readers/" + std::string(script) + "' '" +
-                              file + "' " + std::string(argument) + " 2>&1";
+  const std::string command = std::string(vennick::tests::kPython) +
+                              " -S '" VENNICK_SOURCE "/tests/readers/" + std::string(script) + "' '" + file +
+                              "' " + std::string(argument) + " 2>&1";
   std::string output;
   FILE* pipe = popen(command.c_str(), "r");
   if (pipe == nullptr) return "FAILED: no shell";

@@ -15,6 +15,7 @@
 
 #include "macos/foundation/PropertyList.h"
 #include "tests/support/PropertyListTesting.h"
+#include "tests/support/Python.h"
 
 namespace macos {
 namespace {
@@ -67,7 +68,8 @@ class PropertyListPeers : public ::testing::Test {
 
   // For every NAME.plist of the folder: NAME.dump, NAME.python.bin and NAME.python.xml.
   void runPython() const {
-    run("python3 " VENNICK_SOURCE "/tests/readers/property_lists.py " + folder_.string());
+    run(std::string(vennick::tests::kPython) + " -S " VENNICK_SOURCE "/tests/readers/property_lists.py " +
+        folder_.string());
   }
 
   // NAME.bin.plist to NAME.util.xml, and NAME.xml.plist to NAME.util.bin.

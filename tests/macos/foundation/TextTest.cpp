@@ -11,6 +11,9 @@
 #include <string>
 #include <vector>
 
+#include "tests/support/ProcessorTime.h"
+#include "tests/support/Python.h"
+
 namespace macos {
 namespace {
 
@@ -31,8 +34,9 @@ std::string bytesOfHex(const std::string& hex) {
 const Facts& pythonsFacts() {
   static const Facts facts = [] {
     Facts found;
-    const std::string command =
-        "python3 " VENNICK_SOURCE "/tests/macos/foundation/unicode_expectations.py 20260721";
+    const std::string command = std::string(vennick::tests::kPython) +
+                                " -S " VENNICK_SOURCE
+                                "/tests/macos/foundation/unicode_expectations.py 20260721";
     FILE* pipe = popen(command.c_str(), "r");
     std::string output;
     std::array<char, 65536> buffer{};
@@ -168,10 +172,10 @@ TEST(Text, FileNamesAreTheSameUpToNormalizationAndCaseWhereTheDiskSaysSo) {
 TEST(Text, AMillionCombiningMarksAreNoTrap) {
   std::string text = "a";
   for (int i = 0; i < 500000; ++i) text += "\u0301\u0323";
-  const auto start = std::chrono::steady_clock::now();
+  const auto start = vennick::tests::processorTime();
   EXPECT_EQ(decomposedForFileSystem(text).size(), text.size());
   EXPECT_EQ(compareNonliteral(text, composed(text)), std::weak_ordering::equivalent);
-  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(20));
+  EXPECT_LT(vennick::tests::processorTime() - start, std::chrono::seconds(20));
 }
 
 TEST(Text, BoolValueReadsTheStartOfAText) {
