@@ -8,6 +8,8 @@
 
 #include "tests/settings/StoreTest.h"
 #include "tests/support/ChildProcess.h"
+#include "tests/support/Python.h"
+#include "tests/support/Sanitizers.h"
 #include "tests/support/TemporaryMount.h"
 
 namespace vennick {
@@ -108,8 +110,8 @@ TEST_F(StoreFilesOfAUser, AreReadByAnIndependentReader) {
       "    assert entry == {'name': 'entry 1'}, (file, value)\n"
       "assert len(files) == 13, files\n";
   host.root().writeFile("/check.py", script);
-  const std::string command =
-      "python3 '" + host.root().hostPath("/check.py") + "' '" + host.root().hostPath(kSettingsFolder) + "'";
+  const std::string command = std::string(tests::kPython) + " -S '" + host.root().hostPath("/check.py") +
+                              "' '" + host.root().hostPath(kSettingsFolder) + "'";
   EXPECT_EQ(std::system(command.c_str()), 0);
 }
 
@@ -297,9 +299,17 @@ class SaveCampaign : public StoreFilesOfAUser {
 };
 
 TEST_F(SaveCampaign, AFailureAtAnyOperationLeavesEveryFileWholeAndTheNextSaveSucceeds) {
+#ifdef VENNICK_SANITIZED
+  // Each operation fails once, with one of the errors in turn; in the other builds with each of them.
+  constexpr long kStride = 4;
+#else
+  constexpr long kStride = 1;
+#endif
+  long first = 0;
   for (const int error : {ENOSPC, EIO, EACCES, EINTR}) {
     SCOPED_TRACE(error);
-    for (long nth = 1;; ++nth) {
+    first = first % kStride + 1;
+    for (long nth = first;; nth += kStride) {
       writeAll(1);
       const auto store = makeStore();
       ASSERT_EQ(store->favorites()->count(), 1U);
