@@ -4,6 +4,7 @@
 // character again. The expectations come from playing the layouts, stroke by stroke.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <map>
 #include <set>
 
@@ -95,9 +96,12 @@ TEST_P(ShippedLayout, FindsNoOtherCharacter) {
     // is taken for the combination. Kept.
     const bool isSequence = macos::isSequenceIndex(static_cast<std::uint16_t>(character)) &&
                             (character & 0x3FFF) < sequences.charSequenceCount();
-    EXPECT_EQ(isFound, isSequence) << std::hex << character;
-    if (isFound) continue;
-    for (std::size_t word = 0; word < 4; ++word) EXPECT_EQ(strokes[word], 0) << std::hex << character;
+    const bool hasStrokes =
+        std::any_of(strokes.begin(), strokes.begin() + 4, [](auto word) { return word != 0; });
+    // So many expectations would take longer than the searches.
+    if (isFound != isSequence || (!isFound && hasStrokes)) {
+      ADD_FAILURE() << std::hex << character << (isFound ? " is found" : " is not found, or leaves strokes");
+    }
   }
 }
 

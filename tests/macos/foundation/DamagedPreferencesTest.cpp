@@ -14,6 +14,7 @@
 #include <fstream>
 #include <random>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "macos/foundation/Preferences.h"
@@ -355,12 +356,13 @@ TEST_F(DamagedPreferences, TwoHundredMegabytesOfGarbageCostBoundedMemory) {
       std::ofstream file(hostPath, std::ios::binary);
       std::string block(1 << 20, '\0');
       file << "bplist00";
-      for (int i = 0; i < 200; ++i) {
-        for (std::size_t at = 0; at < block.size(); at += 8) {
-          const std::uint64_t bits = random();
-          std::memcpy(block.data() + at, &bits, 8);
-        }
-        file << block;
+      for (std::size_t at = 0; at < block.size(); at += 8) {
+        const std::uint64_t bits = random();
+        std::memcpy(block.data() + at, &bits, 8);
+      }
+      for (std::size_t i = 0; i < 200; ++i) {
+        const std::size_t cut = i * 4'099;
+        file << std::string_view(block).substr(cut) << std::string_view(block).substr(0, cut);
       }
     }
     rusage before{};
