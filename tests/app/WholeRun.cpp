@@ -17,6 +17,8 @@
 #include <stdexcept>
 #include <thread>
 
+#include "tests/support/Python.h"
+
 namespace vennick {
 namespace {
 
@@ -211,8 +213,8 @@ Outcome WholeRunTest::run(const Start& start) {
 
 std::vector<std::string> WholeRunTest::shownBySettingsReader(std::string_view keys,
                                                              const std::vector<fs::path>& files) {
-  Start reader = {.executable = "/usr/bin/env",
-                  .arguments = {"python3", VENNICK_SOURCE "/tests/app/show_settings.py", std::string(keys)},
+  Start reader = {.executable = tests::kPython,
+                  .arguments = {"-S", VENNICK_SOURCE "/tests/app/show_settings.py", std::string(keys)},
                   .environment = {{"PATH", getenv("PATH")}, {"PYTHONUTF8", "1"}},
                   .user = std::nullopt};
   for (const fs::path& file : files) reader.arguments.push_back(file.string());
