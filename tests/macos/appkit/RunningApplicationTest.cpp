@@ -2,8 +2,10 @@
 #include "macos/appkit/RunningApplication.h"
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <chrono>
+#include <string>
 #include <thread>
 
 #include "macos/foundation/RunLoop.h"
@@ -21,7 +23,8 @@ using vennick::tests::Quits;
 using vennick::tests::TemporaryRoot;
 using vennick::tests::TestHost;
 
-constexpr std::string_view kIdentifier = "com.example.RunningApplicationTest";
+// This program's own: an application of another test program that runs at the same time may count too.
+const std::string kIdentifier = "com.example.RunningApplicationTest" + std::to_string(getpid());
 const std::string kMain = "/Applications/Main.app";
 
 std::vector<pid_t> running(std::string_view identifier = kIdentifier) {
