@@ -8,9 +8,10 @@
 //
 // Every operation is done once in a process of its own, so that neither library pays for the heap that the
 // other one left behind, and both pay for the memory that they take: as a program does that reads its list
-// once. The rounds of the two libraries alternate and the best of each counts. Memory is what the process
-// has at its peak beyond what it began with, its input included: the bytes of the file when it reads, the
-// tree of values when it writes.
+// once. The rounds of the two libraries alternate and the best of each counts. A small list and a large one
+// are measured alike, so that what a byte of each costs can be compared. Memory is what the process has at
+// its peak beyond what it began with, its input included: the bytes of the file when it reads, the tree of
+// values when it writes.
 #include <plist/plist.h>
 #include <stdlib.h>
 #include <sys/resource.h>

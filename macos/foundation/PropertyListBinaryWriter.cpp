@@ -1,29 +1,28 @@
 // SPDX-License-Identifier: MIT
 //
-// The writer of "bplist00" files, in two passes over the tree: the first numbers the objects, an object
-// before what it holds, the second writes them in that order. Equal texts and data are written once, and so
-// are equal numbers of one kind that are not too far apart.
+// The writer of "bplist00" files, in two passes: the first goes through the tree and numbers the objects, an
+// object before what it holds, the second writes them in that order. Equal texts and data are written once,
+// and so are equal numbers of one kind that are not too far apart.
 #include <algorithm>
 #include <array>
 #include <bit>
-#include <cstdlib>
 #include <cstring>
-#include <functional>
-#include <new>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
 #include <unordered_map>
 #include <utility>
-#include <vector>
 
 #include "macos/foundation/PropertyListCodecs.h"
+#include "macos/foundation/PropertyListUniquing.h"
 #include "macos/foundation/Text.h"
 #include "macos/foundation/ValueStorage.h"
+#include "macos/host/LargePages.h"
 
 namespace macos {
 
 namespace {
-
-using ObjectIndex = std::uint32_t;
-constexpr ObjectIndex kNoObject = 0xFFFFFFFF;
 
 // 1, 2, 4 or 8: the bytes that hold the number.
 std::size_t widthOf(std::uint64_t number) {
@@ -34,7 +33,7 @@ std::size_t widthOf(std::uint64_t number) {
 
 // The identifier, when the dictionary is one in its written-out form.
 std::optional<std::uint64_t> uidOf(const Dictionary& dictionary) {
-  if (dictionary.size() != 1) return std::nullopt;
+  if (ValueStorage::values(dictionary).size() != 1) return std::nullopt;
   const auto number = dictionary.integer(kUIDKey);
   if (!number || number->isNegative() || number->bits() > 0xFFFFFFFF) return std::nullopt;
   return number->bits();
@@ -46,170 +45,76 @@ void putBigEndian(char* to, std::uint64_t number, std::size_t width) {
   for (std::size_t i = width; i-- > 0; number >>= 8) to[i] = static_cast<char>(number);
 }
 
-void putNumbers(char* to, const std::uint32_t* numbers, std::size_t count, std::size_t width) {
-  // A width that the compiler knows makes one store of a number.
-  for (std::size_t i = 0; i < count; ++i, to += width) {
-    switch (width) {
-      case 1:
-        putBigEndian(to, numbers[i], 1);
-        break;
-      case 2:
-        putBigEndian(to, numbers[i], 2);
-        break;
-      case 4:
-        putBigEndian(to, numbers[i], 4);
-        break;
-      default:
-        putBigEndian(to, numbers[i], width);
-    }
-  }
+// A width that the compiler knows makes one store of a number.
+template <std::size_t kWidth>
+void putNumbers(char* to, const ObjectIndex* numbers, std::size_t count) {
+  for (std::size_t i = 0; i < count; ++i) putBigEndian(to + i * kWidth, numbers[i], kWidth);
 }
 
-// A run of numbers that grows with realloc(), which moves the pages of a large run instead of copying
-// them: a vector would take new memory for all of it again and again, and twice as much at its peak.
-class NumberRun {
+// The bytes that are made. A string that is appended to in small pieces costs more than the pieces.
+class Output {
  public:
-  NumberRun() = default;
-  NumberRun(const NumberRun&) = delete;
-  NumberRun& operator=(const NumberRun&) = delete;
-  ~NumberRun() { std::free(numbers_); }
-
+  // Makes room for all that will be put.
+  void begin(std::size_t size) {
+    bytes_.reserve(size);
+    preferLargePages(bytes_.data(), size);
+    finalSize_ = size;
+  }
   std::size_t size() const { return size_; }
-  std::uint32_t* data() { return numbers_; }
-  const std::uint32_t* data() const { return numbers_; }
-  void reserve(std::size_t count) {
-    if (count > capacity_) grow(count);
+  // Where the next bytes go, so many, all of which the caller sets.
+  char* room(std::size_t count) {
+    if (count > bytes_.size() - size_) extend(count);
+    return bytes_.data() + std::exchange(size_, size_ + count);
   }
-  // Makes room for more at the end, whose content is undefined, and gives the index of the first.
-  std::size_t extend(std::size_t count) {
-    if (size_ + count > capacity_) grow(std::max<std::size_t>({size_ + count, 2 * capacity_, 1024}));
-    return std::exchange(size_, size_ + count);
-  }
-  void append(std::uint32_t number) {
-    const std::size_t index = extend(1);
-    numbers_[index] = number;
-  }
-
- private:
-  void grow(std::size_t capacity) {
-    void* grown = std::realloc(numbers_, capacity * sizeof(std::uint32_t));
-    if (grown == nullptr) throw std::bad_alloc();
-    numbers_ = static_cast<std::uint32_t*>(grown);
-    capacity_ = capacity;
-  }
-
-  std::uint32_t* numbers_ = nullptr;
-  std::size_t size_ = 0;
-  std::size_t capacity_ = 0;
-};
-
-// Texts and data that were numbered, found by their content.
-class TextTable {
- public:
-  TextTable() : slots_(1024) {}
-
-  // The object that equals the leaf. When there is none yet the given number becomes it and is returned.
-  // The leaf must stay where it is.
-  ObjectIndex findOrAdd(const Value& leaf, ObjectIndex next);
-
- private:
-  struct Slot {
-    const Value* leaf = nullptr;
-    ObjectIndex object = kNoObject;
-    std::uint32_t hash = 0;
-  };
-
-  static std::uint64_t hash(const Value& leaf);
-  void grow();
-
-  std::vector<Slot> slots_;
-  std::size_t used_ = 0;
-};
-
-// Long content is judged by its length, its beginning, its middle and its end: that tells apart what is
-// different, but for content made to look alike, and leaves most of it where it is.
-std::uint64_t TextTable::hash(const Value& leaf) {
-  constexpr std::size_t kWhole = 96;
-  constexpr std::size_t kPiece = 32;
-  const auto text = leaf.ifString();
-  const std::string_view bytes = text ? *text : *leaf.ifData();
-  const std::hash<std::string_view> hashOf;
-  const std::uint64_t kind = text ? 0 : ~std::uint64_t{0};
-  if (bytes.size() <= kWhole) return hashOf(bytes) ^ kind;
-  std::array<char, 3 * kPiece> pieces;
-  std::memcpy(pieces.data(), bytes.data(), kPiece);
-  std::memcpy(pieces.data() + kPiece, bytes.data() + bytes.size() / 2, kPiece);
-  std::memcpy(pieces.data() + 2 * kPiece, bytes.data() + bytes.size() - kPiece, kPiece);
-  return (hashOf({pieces.data(), pieces.size()}) + bytes.size()) ^ kind;
-}
-
-// Booleans, numbers and dates that were numbered lately. Each has one place, which it loses to the next
-// that has the same: so what repeats is found, and the cost does not grow with how many there are.
-class NumberTable {
- public:
-  NumberTable() : slots_(kSlots) {}
-
-  ObjectIndex findOrAdd(const Value& leaf, ObjectIndex next);
-
- private:
-  static constexpr unsigned kSlotBits = 12;
-  static constexpr std::size_t kSlots = std::size_t{1} << kSlotBits;
-  struct Slot {
-    std::uint64_t bits = 0;
-    ObjectIndex object = kNoObject;
-    std::uint32_t kind = 0;  // a negative integer is of another kind than one that is not
-  };
-
-  std::vector<Slot> slots_;
-};
-
-ObjectIndex NumberTable::findOrAdd(const Value& leaf, ObjectIndex next) {
-  Slot wanted;
-  wanted.object = next;
-  wanted.kind = 2 * static_cast<std::uint32_t>(leaf.kind());
-  if (const auto integer = leaf.ifInteger()) {
-    wanted.bits = integer->bits();
-    wanted.kind += integer->isNegative() ? 1 : 0;
-  } else if (const auto real = leaf.ifReal()) {
-    wanted.bits = bitsOf(*real);
-  } else if (const auto date = leaf.ifDate()) {
-    wanted.bits = bitsOf(date->secondsSinceReferenceDate);
-  } else {
-    wanted.bits = *leaf.ifBoolean() ? 1 : 0;
-  }
-  Slot& slot = slots_[(wanted.bits + wanted.kind) * 0x9E3779B97F4A7C15U >> (64 - kSlotBits)];
-  if (slot.object == kNoObject || slot.bits != wanted.bits || slot.kind != wanted.kind) slot = wanted;
-  return slot.object;
-}
-
-ObjectIndex TextTable::findOrAdd(const Value& leaf, ObjectIndex next) {
-  // Content made to collide costs a second copy of an object, not time.
-  constexpr std::size_t kMaximumProbes = 32;
-  if (used_ * 3 >= slots_.size() * 2) grow();
-  const auto full = hash(leaf);
-  const auto hash32 = static_cast<std::uint32_t>(full >> 32 ^ full);
-  std::size_t at = hash32 & (slots_.size() - 1);
-  for (std::size_t probe = 0; probe < kMaximumProbes; ++probe) {
-    Slot& slot = slots_[at];
-    if (slot.leaf == nullptr) {
-      slot = {&leaf, next, hash32};
-      ++used_;
-      return next;
+  void put(char byte) { *room(1) = byte; }
+  void put(std::string_view bytes) {
+    if (bytes.size() <= bytes_.size() - size_) {
+      std::memcpy(room(bytes.size()), bytes.data(), bytes.size());
+    } else {
+      bytes_.resize(size_);
+      bytes_ += bytes;
+      size_ = bytes_.size();
     }
-    if (slot.hash == hash32 && *slot.leaf == leaf) return slot.object;
-    at = (at + 1) & (slots_.size() - 1);
   }
-  return next;
+  std::string take() {
+    bytes_.resize(size_);
+    return std::move(bytes_);
+  }
+
+ private:
+  // A string sets what it grows by to zero. It grows by what the nearest cache holds, so that the zeros do
+  // not go to memory and back.
+  void extend(std::size_t count) {
+    constexpr std::size_t kStep = std::size_t{16} << 10;
+    bytes_.resize(std::max(size_ + count, std::min(finalSize_, size_ + count + kStep)));
+  }
+
+  std::string bytes_;
+  std::size_t size_ = 0;
+  std::size_t finalSize_ = 0;
+};
+
+bool isText(const Value& value) {
+  return value.kind() == Value::Kind::String || value.kind() == Value::Kind::Data;
 }
 
-void TextTable::grow() {
-  std::vector<Slot> old(2 * slots_.size());
-  old.swap(slots_);
-  for (const Slot& slot : old) {
-    if (slot.leaf == nullptr) continue;
-    std::size_t at = slot.hash & (slots_.size() - 1);
-    while (slots_[at].leaf != nullptr) at = (at + 1) & (slots_.size() - 1);
-    slots_[at] = slot;
+bool isContainer(const Value& value) {
+  return value.kind() == Value::Kind::Array || value.kind() == Value::Kind::Dictionary;
+}
+
+// Null when the format has the value.
+const char* whyRefused(const Value& value) {
+  switch (value.kind()) {
+    case Value::Kind::Null:
+      return "null has no form";
+    case Value::Kind::URL:
+      return "a URL has no form";
+    case Value::Kind::Date: {
+      const double seconds = value.ifDate()->secondsSinceReferenceDate;
+      return seconds >= kEarliestDate && seconds < kLatestDate ? nullptr : "a date out of range";
+    }
+    default:
+      return nullptr;
   }
 }
 
@@ -219,24 +124,25 @@ class BinaryWriter {
 
  private:
   // First pass.
-  bool number(const Value& value, std::size_t depth, ObjectIndex& index);
-  bool numberArray(const Array& array, std::size_t depth);
-  bool numberDictionary(const Dictionary& dictionary, std::size_t depth);
-  bool numberKeys(const Array& keys, std::size_t first);
-  bool addObject(std::size_t contentSize, ObjectIndex& index);
-  bool numberLeaf(const Value& value, ObjectIndex& index);
-  static std::size_t leafSize(const Value& value);
+  bool walk(std::span<const Value> values, std::size_t reference, std::size_t depth);
+  bool walkContent(const Value& container, std::size_t depth);
+  void walkKeys(const Array& keys, std::size_t first);
+  void meet(const Value& value, std::size_t reference);
+  void hashNext();
+  void numberNext();
+  void numberUntil(std::size_t count);
+  static std::size_t contentSize(const Value& value);
   static std::size_t headSize(std::size_t count) { return count < 0x0F ? 1 : 2 + widthOf(count); }
 
   // Second pass.
-  void write(const Value& value, ObjectIndex index);
-  void writeLeaf(const Value& value);
+  void writeObjects();
+  void writeObject(const Value& value);
   void writeArray(const Array& array);
   void writeDictionary(const Dictionary& dictionary);
   void writeInteger(Integer integer);
   void writeText(std::string_view text);
-  std::size_t writeReferences(std::size_t count);
-  void writeNumbers(const std::uint32_t* numbers, std::size_t count, std::size_t width);
+  void writeReferences(std::size_t count);
+  void writeOffsets(std::size_t width);
   void writeHead(unsigned kind, std::size_t count);
   void writeNumber(std::uint64_t number, std::size_t width);
   void writeTrailer(std::size_t table, std::size_t offsetWidth);
@@ -246,84 +152,137 @@ class BinaryWriter {
     return false;
   }
 
-  std::size_t objectCount_ = 0;
-  // What the containers hold, container after container in the order of their numbers: the numbers of the
-  // elements, or of the keys and then the values.
-  NumberRun references_;
-  // Where in references_ a list of keys that dictionaries share was numbered first.
-  std::unordered_map<const void*, std::size_t> numberedKeys_;
+  // A value that was met and waits for its number. The tree and the table of texts of a large list are not
+  // in the cache: the content is asked for when the value is met, it is hashed and its place in the table
+  // asked for some values later, and it gets its number some values after that.
+  struct WaitingValue {
+    const Value* value = nullptr;
+    std::size_t reference = 0;  // in references_, where its number belongs
+    std::uint32_t hash = 0;     // of a text or data
+  };
+  static constexpr std::size_t kWaiting = 16;
+  // A list of keys that dictionaries share, as it was met first.
+  struct Keys {
+    std::size_t reference = 0;
+    std::size_t metBy = 0;  // what met_ was behind the last of them
+  };
+
+  std::array<WaitingValue, kWaiting> waiting_;  // a ring
+  // How many values were met, of these hashed, of these numbered.
+  std::size_t met_ = 0;
+  std::size_t hashed_ = 0;
+  std::size_t numbered_ = 0;
+  WrittenObjects objects_;
+  // The number of the top object, and then what the containers hold, container after container in the order
+  // of their numbers: the numbers of the elements, or of the keys and then the values.
+  Run<ObjectIndex> references_;
+  std::unordered_map<const void*, Keys> knownKeys_;
   TextTable texts_;
   NumberTable numbers_;
   std::size_t contentSize_ = 0;  // of all objects without their references
   std::size_t referenceWidth_ = 1;
-  std::size_t referencesWritten_ = 0;
-  NumberRun offsets_;  // of the objects that are written
-  std::string bytes_;
+  std::size_t nextReference_ = 1;
+  Output output_;
   const char* cause_ = "";
 };
 
 Result<std::string> BinaryWriter::write(const Value& value) {
-  ObjectIndex top = 0;
-  if (!number(value, 0, top)) return Status(ErrorCode::InvalidArgument, "binary property list", cause_);
+  if (!walk({&value, 1}, references_.extend(1), 0)) {
+    return Status(ErrorCode::InvalidArgument, "binary property list", cause_);
+  }
+  numberUntil(met_);
   texts_ = TextTable();
-  numberedKeys_ = {};
+  knownKeys_ = {};
   constexpr std::string_view kHeader = "bplist00";
-  referenceWidth_ = widthOf(objectCount_);
-  const std::size_t table = kHeader.size() + contentSize_ + references_.size() * referenceWidth_;
+  referenceWidth_ = widthOf(objects_.size());
+  const std::size_t table = kHeader.size() + contentSize_ + (references_.size() - 1) * referenceWidth_;
   const std::size_t offsetWidth = widthOf(table);
   constexpr std::size_t kTrailerSize = 32;
-  const std::size_t size = table + objectCount_ * offsetWidth + kTrailerSize;
+  const std::size_t size = table + objects_.size() * offsetWidth + kTrailerSize;
+  // So there are fewer objects than an index can count, too.
   if (size > kPropertyListMaximumSize) {
     return Status(ErrorCode::InvalidArgument, "binary property list", "too large");
   }
-  bytes_.reserve(size);
-  offsets_.reserve(objectCount_);
-  bytes_ = kHeader;
-  write(value, top);
-  writeNumbers(offsets_.data(), offsets_.size(), offsetWidth);
+  output_.begin(size);
+  output_.put(kHeader);
+  writeObjects();
+  writeOffsets(offsetWidth);
   writeTrailer(table, offsetWidth);
-  return std::move(bytes_);
+  return output_.take();
 }
 
-bool BinaryWriter::addObject(std::size_t contentSize, ObjectIndex& index) {
-  if (objectCount_ >= kNoObject) return fail("too many objects");
-  index = static_cast<ObjectIndex>(objectCount_++);
-  contentSize_ += contentSize;
+bool BinaryWriter::walk(std::span<const Value> values, std::size_t reference, std::size_t depth) {
+  for (const Value& value : values) {
+    if (const char* cause = whyRefused(value)) return fail(cause);
+    meet(value, reference++);
+    if (isContainer(value) && !walkContent(value, depth)) return false;
+  }
   return true;
 }
 
-bool BinaryWriter::number(const Value& value, std::size_t depth, ObjectIndex& index) {
-  switch (value.kind()) {
-    case Value::Kind::Null:
-      return fail("null has no form");
-    case Value::Kind::URL:
-      return fail("a URL has no form");
-    case Value::Kind::Array: {
-      const Array& array = *value.ifArray();
-      return addObject(headSize(array.size()), index) && numberArray(array, depth);
-    }
-    case Value::Kind::Dictionary: {
-      const Dictionary& dictionary = *value.ifDictionary();
-      if (const auto uid = uidOf(dictionary)) return addObject(1 + widthOf(*uid), index);
-      return addObject(headSize(dictionary.size()), index) && numberDictionary(dictionary, depth);
-    }
-    default:
-      return numberLeaf(value, index);
+bool BinaryWriter::walkContent(const Value& container, std::size_t depth) {
+  const Dictionary* dictionary = container.ifDictionary();
+  if (dictionary != nullptr && uidOf(*dictionary)) return true;
+  if (depth >= kPropertyListMaximumDepth) return fail("containers nested too deep");
+  if (dictionary == nullptr) {
+    const std::span<const Value> elements = ValueStorage::values(*container.ifArray());
+    return walk(elements, references_.extend(elements.size()), depth + 1);
+  }
+  const std::span<const Value> values = ValueStorage::values(*dictionary);
+  if (values.empty()) return true;
+  const std::size_t reference = references_.extend(2 * values.size());
+  walkKeys(*ValueStorage::keys(*dictionary), reference);
+  return walk(values, reference + values.size(), depth + 1);
+}
+
+void BinaryWriter::walkKeys(const Array& keys, std::size_t first) {
+  const auto [known, isNew] = knownKeys_.try_emplace(ValueStorage::block(keys));
+  if (isNew) {
+    known->second = {first, met_ + keys.size()};
+    for (std::size_t i = 0; i < keys.size(); ++i) meet(keys[i], first + i);
+  } else {
+    numberUntil(known->second.metBy);
+    std::copy_n(references_.data() + known->second.reference, keys.size(), references_.data() + first);
   }
 }
 
-bool BinaryWriter::numberLeaf(const Value& value, ObjectIndex& index) {
-  if (value.kind() == Value::Kind::Date) {
-    const double seconds = value.ifDate()->secondsSinceReferenceDate;
-    if (!(seconds >= kEarliestDate && seconds < kLatestDate)) return fail("a date out of range");
-  }
-  const auto next = static_cast<ObjectIndex>(objectCount_);
-  const bool isText = value.kind() == Value::Kind::String || value.kind() == Value::Kind::Data;
-  index = isText ? texts_.findOrAdd(value, next) : numbers_.findOrAdd(value, next);
-  return index != next || addObject(leafSize(value), index);
+void BinaryWriter::meet(const Value& value, std::size_t reference) {
+  if (met_ - numbered_ == kWaiting) numberNext();
+  if (met_ - hashed_ == kWaiting / 2) hashNext();
+  ValueStorage::fetch(value);
+  waiting_[met_++ % kWaiting] = {&value, reference};
 }
 
-std::size_t BinaryWriter::leafSize(const Value& value) {
+void BinaryWriter::hashNext() {
+  WaitingValue& waiting = waiting_[hashed_++ % kWaiting];
+  if (!isText(*waiting.value)) return;
+  waiting.hash = TextTable::hash(*waiting.value);
+  texts_.fetch(waiting.hash);
+}
+
+void BinaryWriter::numberUntil(std::size_t count) {
+  while (hashed_ < count) hashNext();
+  while (numbered_ < count) numberNext();
+}
+
+// REQUIRES: it is hashed
+void BinaryWriter::numberNext() {
+  const WaitingValue& waiting = waiting_[numbered_++ % kWaiting];
+  const Value& value = *waiting.value;
+  const auto next = static_cast<ObjectIndex>(objects_.size());
+  ObjectIndex object = next;
+  if (isText(value)) {
+    object = texts_.findOrAdd(value, waiting.hash, objects_);
+  } else if (!isContainer(value)) {
+    object = numbers_.findOrAdd(value, next);
+  }
+  references_.data()[waiting.reference] = object;
+  if (object != next) return;
+  objects_.append({&value});
+  contentSize_ += contentSize(value);
+}
+
+std::size_t BinaryWriter::contentSize(const Value& value) {
   switch (value.kind()) {
     case Value::Kind::Boolean:
       return 1;
@@ -333,89 +292,50 @@ std::size_t BinaryWriter::leafSize(const Value& value) {
       return integer.fitsSigned() ? 1 + widthOf(integer.bits()) : 17;
     }
     case Value::Kind::Data:
-      return headSize(value.ifData()->size()) + value.ifData()->size();
+      return headSize(ValueStorage::bytes(value).size()) + ValueStorage::bytes(value).size();
     case Value::Kind::String: {
-      const std::string_view text = *value.ifString();
+      const std::string_view text = ValueStorage::bytes(value);
       if (isASCII(text)) return headSize(text.size()) + text.size();
       const std::size_t units = utf16Length(text);
       return headSize(units) + 2 * units;
+    }
+    case Value::Kind::Array:
+      return headSize(ValueStorage::values(*value.ifArray()).size());
+    case Value::Kind::Dictionary: {
+      const auto uid = uidOf(*value.ifDictionary());
+      return uid ? 1 + widthOf(*uid) : headSize(ValueStorage::values(*value.ifDictionary()).size());
     }
     default:
       return 9;
   }
 }
 
-bool BinaryWriter::numberArray(const Array& array, std::size_t depth) {
-  if (depth >= kPropertyListMaximumDepth) return fail("containers nested too deep");
-  std::size_t reference = references_.extend(array.size());
-  for (const Value& element : array) {
-    ObjectIndex index = 0;
-    if (!number(element, depth + 1, index)) return false;
-    references_.data()[reference++] = index;
-  }
-  return true;
-}
-
-bool BinaryWriter::numberDictionary(const Dictionary& dictionary, std::size_t depth) {
-  if (depth >= kPropertyListMaximumDepth) return fail("containers nested too deep");
-  if (dictionary.empty()) return true;
-  const std::size_t first = references_.extend(2 * dictionary.size());
-  if (!numberKeys(*ValueStorage::keys(dictionary), first)) return false;
-  std::size_t reference = first + dictionary.size();
-  for (const auto& entry : dictionary) {
-    ObjectIndex index = 0;
-    if (!number(entry.value(), depth + 1, index)) return false;
-    references_.data()[reference++] = index;
-  }
-  return true;
-}
-
-bool BinaryWriter::numberKeys(const Array& keys, std::size_t first) {
-  const auto [numbered, isNew] = numberedKeys_.try_emplace(ValueStorage::block(keys), first);
-  if (!isNew) {
-    std::copy_n(references_.data() + numbered->second, keys.size(), references_.data() + first);
-    return true;
-  }
-  for (std::size_t i = 0; i < keys.size(); ++i) {
-    if (!numberLeaf(keys[i], references_.data()[first + i])) return false;
-  }
-  return true;
-}
-
 void BinaryWriter::writeNumber(std::uint64_t number, std::size_t width) {
-  std::array<char, 8> digits;
-  putBigEndian(digits.data(), number, width);
-  bytes_.append(digits.data(), width);
-}
-
-void BinaryWriter::writeNumbers(const std::uint32_t* numbers, std::size_t count, std::size_t width) {
-  const std::size_t first = bytes_.size();
-  bytes_.resize(first + count * width);
-  putNumbers(bytes_.data() + first, numbers, count, width);
+  putBigEndian(output_.room(width), number, width);
 }
 
 void BinaryWriter::writeHead(unsigned kind, std::size_t count) {
-  bytes_ += static_cast<char>(kind << 4 | std::min<std::size_t>(count, 0x0F));
+  output_.put(static_cast<char>(kind << 4 | std::min<std::size_t>(count, 0x0F)));
   if (count >= 0x0F) writeInteger(Integer(count));
 }
 
 void BinaryWriter::writeInteger(Integer integer) {
   if (!integer.isNegative() && !integer.fitsSigned()) {
-    bytes_ += '\x14';
+    output_.put('\x14');
     writeNumber(0, 8);
     writeNumber(integer.bits(), 8);
     return;
   }
   // Only the widest form has a sign.
   const std::size_t width = integer.isNegative() ? 8 : widthOf(integer.bits());
-  bytes_ += static_cast<char>(0x10 | std::countr_zero(width));
+  output_.put(static_cast<char>(0x10 | std::countr_zero(width)));
   writeNumber(integer.bits(), width);
 }
 
 void BinaryWriter::writeText(std::string_view text) {
   if (isASCII(text)) {
     writeHead(0x5, text.size());
-    bytes_ += text;
+    output_.put(text);
     return;
   }
   writeHead(0x6, utf16Length(text));
@@ -431,73 +351,84 @@ void BinaryWriter::writeText(std::string_view text) {
   }
 }
 
-// The references of the next container; gives the place of the first of them in references_.
-std::size_t BinaryWriter::writeReferences(std::size_t count) {
-  const std::size_t first = std::exchange(referencesWritten_, referencesWritten_ + count);
-  writeNumbers(references_.data() + first, count, referenceWidth_);
-  return first;
-}
-
-// Objects are met in the order of their numbers, so that a number which is not the next one says that the
-// object is written already.
-void BinaryWriter::write(const Value& value, ObjectIndex index) {
-  if (index != offsets_.size()) return;
-  offsets_.append(static_cast<std::uint32_t>(bytes_.size()));
-  if (const Array* array = value.ifArray()) {
-    writeArray(*array);
-  } else if (const Dictionary* dictionary = value.ifDictionary()) {
-    writeDictionary(*dictionary);
-  } else {
-    writeLeaf(value);
+// The references of the next container.
+void BinaryWriter::writeReferences(std::size_t count) {
+  const ObjectIndex* references = references_.data() + std::exchange(nextReference_, nextReference_ + count);
+  char* to = output_.room(count * referenceWidth_);
+  switch (referenceWidth_) {
+    case 1:
+      return putNumbers<1>(to, references, count);
+    case 2:
+      return putNumbers<2>(to, references, count);
+    default:
+      return putNumbers<4>(to, references, count);
   }
 }
 
+void BinaryWriter::writeObjects() {
+  constexpr std::size_t kAhead = 8;
+  for (std::size_t i = 0; i < objects_.size(); ++i) {
+    if (objects_.size() - i > kAhead) ValueStorage::fetch(*objects_[i + kAhead].value);
+    const Value& value = *objects_[i].value;
+    objects_.data()[i].offset = output_.size();
+    writeObject(value);
+  }
+}
+
+void BinaryWriter::writeOffsets(std::size_t width) {
+  char* to = output_.room(objects_.size() * width);
+  for (std::size_t i = 0; i < objects_.size(); ++i, to += width) putBigEndian(to, objects_[i].offset, width);
+}
+
 void BinaryWriter::writeArray(const Array& array) {
-  writeHead(0xA, array.size());
-  std::size_t reference = writeReferences(array.size());
-  for (const Value& element : array) write(element, references_.data()[reference++]);
+  const std::size_t count = ValueStorage::values(array).size();
+  writeHead(0xA, count);
+  writeReferences(count);
 }
 
 void BinaryWriter::writeDictionary(const Dictionary& dictionary) {
   if (const auto uid = uidOf(dictionary)) {
     const std::size_t width = widthOf(*uid);
-    bytes_ += static_cast<char>(0x80 | (width - 1));
+    output_.put(static_cast<char>(0x80 | (width - 1)));
     writeNumber(*uid, width);
     return;
   }
-  const std::size_t count = dictionary.size();
+  const std::size_t count = ValueStorage::values(dictionary).size();
   writeHead(0xD, count);
-  if (count == 0) return;
-  std::size_t reference = writeReferences(2 * count);
-  for (const Value& key : *ValueStorage::keys(dictionary)) write(key, references_.data()[reference++]);
-  for (const auto& entry : dictionary) write(entry.value(), references_.data()[reference++]);
+  writeReferences(2 * count);
 }
 
-void BinaryWriter::writeLeaf(const Value& value) {
+void BinaryWriter::writeObject(const Value& value) {
   switch (value.kind()) {
     case Value::Kind::Boolean:
-      bytes_ += *value.ifBoolean() ? '\x09' : '\x08';
+      output_.put(*value.ifBoolean() ? '\x09' : '\x08');
       break;
     case Value::Kind::Integer:
       writeInteger(*value.ifInteger());
       break;
     case Value::Kind::Real:
-      bytes_ += '\x23';
+      output_.put('\x23');
       writeNumber(bitsOf(*value.ifReal()), 8);
       break;
     case Value::Kind::Date:
-      bytes_ += '\x33';
+      output_.put('\x33');
       writeNumber(bitsOf(value.ifDate()->secondsSinceReferenceDate), 8);
       break;
     case Value::Kind::Data:
-      writeHead(0x4, value.ifData()->size());
-      bytes_ += *value.ifData();
+      writeHead(0x4, ValueStorage::bytes(value).size());
+      output_.put(ValueStorage::bytes(value));
       break;
     case Value::Kind::String:
-      writeText(*value.ifString());
+      writeText(ValueStorage::bytes(value));
+      break;
+    case Value::Kind::Array:
+      writeArray(*value.ifArray());
+      break;
+    case Value::Kind::Dictionary:
+      writeDictionary(*value.ifDictionary());
       break;
     default:
-      break;  // containers are no leaves, and the first pass refuses the rest
+      break;  // the first pass refuses the rest
   }
 }
 
@@ -505,7 +436,7 @@ void BinaryWriter::writeTrailer(std::size_t table, std::size_t offsetWidth) {
   writeNumber(0, 6);
   writeNumber(offsetWidth, 1);
   writeNumber(referenceWidth_, 1);
-  writeNumber(objectCount_, 8);
+  writeNumber(objects_.size(), 8);
   writeNumber(0, 8);
   writeNumber(table, 8);
 }

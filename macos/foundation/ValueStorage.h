@@ -9,6 +9,8 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
+#include <span>
 #include <string_view>
 
 #include "macos/foundation/URL.h"
@@ -68,6 +70,33 @@ struct ValueStorage {
     return dictionary.node_ == nullptr ? nullptr : &dictionary.node_->keys;
   }
   static const void* block(const Array& array) { return array.node_; }
+
+  // What a container holds, in order.
+  static std::span<const Value> values(const Array& array) {
+    return array.node_ == nullptr ? std::span<const Value>()
+                                  : std::span<const Value>(array.node_->values(), array.node_->count);
+  }
+  static std::span<const Value> values(const Dictionary& dictionary) {
+    return dictionary.node_ == nullptr
+               ? std::span<const Value>()
+               : std::span<const Value>(dictionary.node_->values(), dictionary.node_->count);
+  }
+  // REQUIRES: a string or data
+  static std::string_view bytes(const Value& value) {
+    if (!value.isShared()) {
+      return {static_cast<const char*>(static_cast<const void*>(value.storage_)), value.shortLength_};
+    }
+    auto* node = value.get<Value::BytesNode*>();
+    return {node->bytes(), node->size};
+  }
+  // Brings near what the value points to, for a caller that will look at it soon.
+  static void fetch(const Value& value) {
+    if (!value.isShared()) return;
+    // Whatever it points to, the pointer comes first.
+    const void* block = nullptr;
+    std::memcpy(&block, value.storage_, sizeof block);
+    __builtin_prefetch(block);
+  }
 
   struct Undertaker;
 };

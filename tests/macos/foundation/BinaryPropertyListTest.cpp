@@ -511,6 +511,98 @@ TEST(BinaryPropertyListWriter, WritesEqualLeavesOnceAndDifferentKindsApart) {
   EXPECT_EQ(objectCount(write(Value(twice))), 8U);
 }
 
+TEST(BinaryPropertyListWriter, NumbersObjectsInTheOrderInWhichTheyAreMet) {
+  // Forty texts, an empty array behind each, and all of it again: the texts keep their numbers, the arrays
+  // are further objects.
+  constexpr std::size_t kCount = 40;
+  Array array;
+  std::string texts;
+  BinaryFile file;
+  file.offsetWidth = 2;
+  file.objects = {"\xAF\x10" + bigEndian(4 * kCount, 1)};
+  for (std::size_t i = 0; i < 2 * kCount; ++i) {
+    const std::string text = "text " + std::to_string(i % kCount);
+    array.append(Value(text));
+    array.append(Value(Array()));
+    const std::size_t textIndex = 1 + 2 * (i % kCount);
+    const std::size_t arrayIndex = i < kCount ? textIndex + 1 : 1 + kCount + i;
+    file.objects[0] += bigEndian(textIndex, 1) + bigEndian(arrayIndex, 1);
+    if (i < kCount) file.objects.push_back(static_cast<char>(0x50 + text.size()) + text);
+    file.objects.push_back("\xA0");
+  }
+  EXPECT_EQ(dump(Value::fromData(write(Value(array)))), dump(Value::fromData(file.bytes())));
+}
+
+TEST(BinaryPropertyListWriter, WritesEqualLeavesOnceHoweverNearTheyAre) {
+  const std::string tail(200, 'x');
+  for (std::size_t distance = 1; distance <= 40; ++distance) {
+    Array array;
+    for (std::size_t i = 0; i < 3 * distance; ++i) {
+      const std::string number = std::to_string(i % distance);
+      array.append(Value(number));
+      array.append(Value(number + tail));
+      array.append(Value::fromData(number));
+      array.append(Value(i % distance));
+    }
+    EXPECT_EQ(objectCount(write(Value(array))), 1 + 4 * distance);
+    EXPECT_TRUE(roundTrip(Value(array)) == dump(Value(array))) << distance;
+  }
+}
+
+TEST(BinaryPropertyListWriter, WritesTheKeysThatDictionariesShareOnce) {
+  for (const std::size_t keyCount : {1, 2, 9, 16, 40}) {
+    Dictionary dictionary;
+    BinaryFile file;
+    file.offsetWidth = keyCount < 40 ? 1 : 2;
+    file.objects = {"\xA3\x01" + bigEndian(keyCount + 3, 1) + bigEndian(keyCount + 4, 1)};
+    std::string content = keyCount < 15 ? std::string(1, static_cast<char>(0xD0 + keyCount))
+                                        : "\xDF\x10" + bigEndian(keyCount, 1);
+    for (std::size_t i = 0; i < keyCount; ++i) {
+      const std::string key = "k" + std::to_string(10 + i);
+      dictionary.set(key, Value(true));
+      content += bigEndian(2 + i, 1);
+    }
+    content += std::string(keyCount, static_cast<char>(keyCount + 2));  // true, which follows the keys
+    file.objects.push_back(content);
+    for (std::size_t i = 0; i < keyCount; ++i) file.objects.push_back("\x53k" + std::to_string(10 + i));
+    file.objects.insert(file.objects.end(), {"\x09", content, content});
+    const Value value = NSPropertyListSerialization::propertyListWithData(file.bytes())->value;
+    ASSERT_EQ(dump(value), dump(Value(Array{Value(dictionary), Value(dictionary), Value(dictionary)})));
+    EXPECT_EQ(dump(Value::fromData(write(value))), dump(Value::fromData(file.bytes()))) << keyCount;
+  }
+}
+
+TEST(BinaryPropertyListWriter, FindsSharedKeysWithinTheValueOfOne) {
+  // The outer dictionary's only key is that of the inner one, which is met right behind it.
+  Dictionary inner{{"key", Value(true)}};
+  BinaryFile file = fileOf({"\xD1\x01\x02", "\x53key", "\xD1\x01\x03", "\x09"});
+  const Value value = NSPropertyListSerialization::propertyListWithData(file.bytes())->value;
+  ASSERT_EQ(dump(value), dump(Value(Dictionary{{"key", Value(inner)}})));
+  EXPECT_EQ(dump(Value::fromData(write(value))), dump(Value::fromData(file.bytes())));
+}
+
+TEST(BinaryPropertyListWriter, WritesContentOfEverySizeWhole) {
+  Array array;
+  for (const std::size_t size : {0, 1, 15, 255, 256, 16383, 16384, 16385, 40000, 65536, 6000000}) {
+    std::string content(size, '\0');
+    for (std::size_t i = 0; i < size; ++i) content[i] = static_cast<char>('a' + i % 23);
+    for (int i = 0; i < 300; ++i) array.append(Value(static_cast<double>(size) + i));
+    array.append(Value(content));
+    array.append(Value::fromData(content));
+    array.append(Value("\xC3\xA9" + content));
+  }
+  const Value value(std::move(array));
+  const auto reading = NSPropertyListSerialization::propertyListWithData(write(value));
+  ASSERT_TRUE(reading.ok());
+  EXPECT_TRUE(reading->value == value);
+}
+
+TEST(BinaryPropertyListWriter, CountsAnIdentifierAsNoContainer) {
+  Value nested(Dictionary{{"CF$UID", Value(5)}});
+  for (int i = 0; i < 512; ++i) nested = Value(Array{nested});
+  EXPECT_EQ(objectCount(write(nested)), 513U);
+}
+
 TEST(BinaryPropertyListWriter, LongTextsThatLookAlikeStayApart) {
   // They differ in one character only, somewhere between the beginning and the end.
   Array texts;
