@@ -16,7 +16,7 @@ std::vector<NSRunningApplication> NSRunningApplication::runningApplicationsWithB
     std::string_view identifier) {
   std::vector<NSRunningApplication> found;
   if (identifier.empty()) return found;
-  for (ProcessInfo& process : Host::current().processes().processes()) {
+  for (ProcessInfo& process : Host::current().processes().processes(NSBundle::isExecutableOfBundle)) {
     const auto bundle = NSBundle::bundleOfExecutable(process.executable);
     if (!bundle || bundle->bundleIdentifier() != identifier || !isProcessOfThisSession(process)) continue;
     found.emplace_back(std::move(process), std::string(identifier));

@@ -30,7 +30,7 @@ bool isProcessOfThisSession(const ProcessInfo& process) {
 
 OSErr GetProcessBySignature(OSType signature, ProcessSerialNumber* number) {
   if (signature == 0) return procNotFound;
-  for (const ProcessInfo& process : Host::current().processes().processes()) {
+  for (const ProcessInfo& process : Host::current().processes().processes(NSBundle::isExecutableOfBundle)) {
     const auto bundle = NSBundle::bundleOfExecutable(process.executable);
     if (!bundle || bundle->signature() != signature || !isProcessOfThisSession(process)) continue;
     *number = processSerialNumberOf(process.processID);

@@ -282,6 +282,10 @@ std::shared_ptr<NSBundle> NSBundle::bundleWithPath(std::string_view path) {
   return bundleAt(std::string(path), false);
 }
 
+bool NSBundle::isExecutableOfBundle(std::string_view hostPath) {
+  return bundleFolderOfExecutable(hostPath).has_value();
+}
+
 std::shared_ptr<NSBundle> NSBundle::bundleOfExecutable(std::string_view hostPath) {
   const auto folder = bundleFolderOfExecutable(hostPath);
   return folder ? bundleAtHostPath(*folder) : nullptr;

@@ -32,6 +32,9 @@ class NSBundle {
   // The bundle in whose Contents/MacOS an executable, given by its path outside the root, lies directly;
   // null when it lies elsewhere.
   static std::shared_ptr<NSBundle> bundleOfExecutable(std::string_view hostPath);
+  // Whether it lies in a folder Contents/MacOS, as a path alone tells: where it does not, there is no
+  // bundle of it.
+  static bool isExecutableOfBundle(std::string_view hostPath);
 
   const NSURL& bundleURL() const;
   // Whether the bundle lies outside the root folder; bundleURL() and all paths are then host paths.

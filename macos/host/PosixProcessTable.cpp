@@ -23,14 +23,16 @@ std::string procPath(pid_t process, const char* name) {
   return "/proc/" + std::to_string(process) + "/" + name;
 }
 
-// The beginning of a file of /proc or of a script; "" when it cannot be read.
+// The beginning of a file of /proc or of a script; "" when it cannot be read. Both fill what they are given
+// as far as they go, so that less is the end.
 std::string readSome(const std::string& path, std::size_t most) {
+  constexpr std::size_t kUsuallyEnough = 4096;
   const Descriptor file(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
   if (!file.isOpen()) return "";
   std::string text;
   std::size_t length = 0;
-  while (length < most) {
-    if (length == text.size()) text.resize(std::min(most, length * 2 + 1024));
+  while (length == text.size() && length < most) {
+    text.resize(std::min(most, length * 2 + kUsuallyEnough));
     const ssize_t got =
         uninterrupted([&] { return ::read(file.get(), text.data() + length, text.size() - length); });
     if (got <= 0) break;
@@ -167,7 +169,7 @@ std::optional<ProcessInfo> PosixProcessTable::process(pid_t processID) {
   return info;
 }
 
-std::vector<ProcessInfo> PosixProcessTable::processes() {
+std::vector<ProcessInfo> PosixProcessTable::processes(const ExecutableTest& isMeant) {
   std::vector<ProcessInfo> result;
   const std::unique_ptr<DIR, int (*)(DIR*)> folder(::opendir("/proc"), ::closedir);
   if (!folder) return result;
@@ -177,12 +179,11 @@ std::vector<ProcessInfo> PosixProcessTable::processes() {
     const auto [end, error] = std::from_chars(name.data(), name.data() + name.size(), number);
     if (error != std::errc() || end != name.data() + name.size()) continue;
     // Most of a machine's processes are the kernel's or somebody else's: one call tells.
-    std::string program = programOf(number);
-    if (program.empty()) continue;
-    std::optional<ProcessInfo> info = readState(number);
-    if (!info) continue;
-    info->executable = executableOf(number, std::move(program));
-    result.push_back(std::move(*info));
+    const std::string program = programOf(number);
+    if (program.empty() || !isMeant(executableOf(number, program))) continue;
+    // All of it now, its start first: meanwhile the number may have become another process's.
+    std::optional<ProcessInfo> info = process(number);
+    if (info && isMeant(info->executable)) result.push_back(std::move(*info));
   }
   std::sort(result.begin(), result.end(),
             [](const ProcessInfo& a, const ProcessInfo& b) { return a.processID < b.processID; });

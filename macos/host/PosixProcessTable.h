@@ -16,7 +16,7 @@ class PosixProcessTable : public ProcessTable {
   // The files that Mac paths of executables are looked up in.
   explicit PosixProcessTable(std::shared_ptr<FileSystem> files) : files_(std::move(files)) {}
 
-  std::vector<ProcessInfo> processes() override;
+  std::vector<ProcessInfo> processes(const ExecutableTest& isMeant) override;
   std::optional<ProcessInfo> process(pid_t processID) override;
   std::optional<std::string> environmentValue(const ProcessInfo& process, std::string_view name) override;
   Status sendTerminate(const ProcessInfo& process) override;

@@ -58,9 +58,12 @@ struct LaunchRequest {
 class ProcessTable {
  public:
   virtual ~ProcessTable() = default;
-  // Every process that runs now and whose program can be told. The kernel's own and other users' are not
-  // among them, nor one that has ended but was not yet reaped.
-  virtual std::vector<ProcessInfo> processes() = 0;
+  // The processes that run now and whose executable, as ProcessInfo has it, passes the test, in the order
+  // of their numbers. Those whose program cannot be told are not among them: the kernel's own, other
+  // users', and one that has ended but was not yet reaped. The test comes first, and only of those that
+  // pass it is more looked up: most of a machine's processes are nobody's business.
+  using ExecutableTest = std::function<bool(const std::string& executable)>;
+  virtual std::vector<ProcessInfo> processes(const ExecutableTest& isMeant) = 0;
   // The process as it is now; nullopt when it has ended.
   virtual std::optional<ProcessInfo> process(pid_t processID) = 0;
   // A variable of the environment that the process was started with; nullopt when it was given none of the

@@ -13,7 +13,13 @@ namespace {
 // A machine on which nothing runs but what the test says, and where a request ends nothing by itself.
 class StagedProcesses : public macos::ProcessTable {
  public:
-  std::vector<macos::ProcessInfo> processes() override { return running; }
+  std::vector<macos::ProcessInfo> processes(const ExecutableTest& isMeant) override {
+    std::vector<macos::ProcessInfo> meant;
+    for (const macos::ProcessInfo& process : running) {
+      if (isMeant(process.executable)) meant.push_back(process);
+    }
+    return meant;
+  }
   std::optional<macos::ProcessInfo> process(pid_t processID) override {
     for (const macos::ProcessInfo& process : running) {
       if (process.processID == processID) return process;

@@ -39,12 +39,12 @@ class PosixCommandRunnerTest : public testing::Test {
     const Result<std::string> result = runner.run(command, limits);
     return result.ok() ? ErrorCode::Ok : result.status().code();
   }
-  // Whether a process of the program runs on.
-  static bool runs(const std::string& program) {
-    const auto all = PosixProcessTable(nullptr).processes();
-    return std::any_of(all.begin(), all.end(),
-                       [&](const ProcessInfo& one) { return one.executable == program; });
+  static std::vector<ProcessInfo> processesOf(const std::string& program) {
+    return PosixProcessTable(nullptr).processes(
+        [&](const std::string& executable) { return executable == program; });
   }
+  // Whether a process of the program runs on.
+  static bool runs(const std::string& program) { return !processesOf(program).empty(); }
   // A process that was killed is gone when the kernel comes to it, not at once.
   static bool endsSoon(const std::string& program) {
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
@@ -165,9 +165,7 @@ TEST_F(PosixCommandRunnerTest, DoesNotWaitForAChildThatLeftTheOutputAlone) {
   const std::string child = commandNamed("stays", "while :; do sleep 1; done\n");
   EXPECT_EQ(output(child + " >/dev/null 2>&1 & echo out"), "out\n");
   EXPECT_TRUE(runs(child));
-  for (const ProcessInfo& one : PosixProcessTable(nullptr).processes()) {
-    if (one.executable == child) ::kill(one.processID, SIGKILL);
-  }
+  for (const ProcessInfo& one : processesOf(child)) ::kill(one.processID, SIGKILL);
 }
 
 TEST_F(PosixCommandRunnerTest, LeavesNoZombie) {
