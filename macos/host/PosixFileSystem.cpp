@@ -10,7 +10,6 @@
 #include <climits>
 #include <cstdlib>
 #include <exception>
-#include <random>
 
 namespace macos {
 
@@ -103,6 +102,13 @@ std::optional<std::string> valueOfAttribute(Get get) {
   return value;
 }
 
+// From the kernel: std::random_device asks the processor first, which in a virtual machine takes long.
+std::uint64_t randomNumber() {
+  std::uint64_t number = 0;
+  if (::getentropy(&number, sizeof number) != 0) number = static_cast<std::uint64_t>(::getpid()) << 32;
+  return number;
+}
+
 constexpr unsigned kStatxMask = STATX_BASIC_STATS | STATX_BTIME;
 
 }  // namespace
@@ -111,7 +117,7 @@ PosixFileSystem::PosixFileSystem(const std::string& hostRoot)
     : hostRoot_(canonicalHostPath(hostRoot)),
       root_(::open(hostRoot_.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC)),
       resolver_(PathResolver::make(hostRoot_, Descriptor(::fcntl(root_.get(), F_DUPFD_CLOEXEC, 0)))),
-      nextNeighbour_((std::uint64_t{std::random_device()()} << 32) + std::random_device()()) {}
+      nextNeighbour_(randomNumber()) {}
 
 PosixFileSystem::PosixFileSystem(const std::string& hostRoot, PathResolver::Way way)
     : PosixFileSystem(hostRoot) {

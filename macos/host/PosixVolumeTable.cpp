@@ -98,7 +98,10 @@ class Survey {
   }
 
   void addMountsInside() {
+    const std::string root = files_.hostPath("/").value_or("/");
     for (const Mount& mount : mounts_) {
+      // The kernel names mount points without links: what does not begin like the root is not inside.
+      if (!isAtOrBelow(mount.mountPoint, root)) continue;
       const std::optional<std::string> path = files_.pathInRoot(mount.mountPoint);
       if (!path || found_.count(*path) != 0) continue;
       const Result<FileInfo> info = files_.info(*path, FollowLinks::No);
