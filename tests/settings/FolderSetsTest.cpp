@@ -40,6 +40,24 @@ TEST_F(FolderSets, AreListedInPlainOrder) {
   EXPECT_EQ(setNames(*store), (Names{"Alpha", "Beta", "Default Set", "beta", "gamma"}));
 }
 
+TEST_F(FolderSets, WhoseNamesAreTheSameToTheOrderStandInTheOrderOfTheirMaking) {
+  // The accent as one character and as two.
+  const std::string composed = "Caf\u00E9";
+  const std::string decomposed = "Cafe\u0301";
+  for (const std::string& name : {decomposed, std::string("Cafz"), composed, std::string("Cafe")}) {
+    EXPECT_TRUE(store->createSet(name, std::nullopt));
+  }
+  EXPECT_EQ(setNames(*store), (Names{"Cafe", decomposed, composed, "Cafz", "Default Set"}));
+}
+
+TEST_F(FolderSets, OfAListInDisorderAreAllSortedWithTheNextOne) {
+  store->defaults()->setObject(
+      Value(Array{Value("gamma"), Value("Cafe\u0301"), Value("Caf\u00E9"), Value("Alpha")}),
+      "folderSets");
+  EXPECT_TRUE(store->createSet("beta", std::nullopt));
+  EXPECT_EQ(setNames(*store), (Names{"Alpha", "Cafe\u0301", "Caf\u00E9", "beta", "gamma"}));
+}
+
 TEST_F(FolderSets, AreMadeWithoutAFolder) {
   store->setDirty(false);
   EXPECT_TRUE(store->createSet("Work", std::nullopt));
