@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "settings/StoreFiles.h"
 
+#include <algorithm>
+
 #include "macos/foundation/DamagedFile.h"
 #include "macos/foundation/FileMetadata.h"
 #include "macos/foundation/Log.h"
@@ -19,6 +21,16 @@ using macos::FollowLinks;
 using macos::NSURL;
 using macos::Status;
 using macos::Value;
+
+// What is ready to be written: places, and the bytes for them.
+struct StoreFiles::Batch {
+  std::vector<macos::NewContent> files;
+  std::vector<Value::Kind> kinds;
+
+  bool holds(std::string_view path) const {
+    return std::any_of(files.begin(), files.end(), [&](const auto& each) { return each.path == path; });
+  }
+};
 
 namespace {
 
@@ -82,10 +94,10 @@ Dictionary StoreFiles::readDictionary(const NSURL& file) {
   return value.isNull() ? Dictionary() : *value.ifDictionary();
 }
 
-bool StoreFiles::write(const Array& array, const NSURL& file) { return writeValue(Value(array), file); }
+bool StoreFiles::write(const Array& array, const NSURL& file) { return writeAll({{file, Value(array)}}); }
 
 bool StoreFiles::write(const Dictionary& dictionary, const NSURL& file) {
-  return writeValue(Value(dictionary), file);
+  return writeAll({{file, Value(dictionary)}});
 }
 
 Value StoreFiles::read(const NSURL& file, Value::Kind kind) {
@@ -121,30 +133,54 @@ Value StoreFiles::readJudged(const std::string& path, Value::Kind kind, const Fi
   return std::move(reading->value);
 }
 
-bool StoreFiles::writeValue(const Value& value, const NSURL& file) {
-  const ContentPlace place = placeOfContent(file);
-  if (!place.status.ok() && !place.status.isNotFound()) {
-    macos::NSLogStatus(place.status);
-    return false;
+bool StoreFiles::writeAll(const std::vector<FileContent>& contents) {
+  bool areAllWritten = true;
+  Batch batch;
+  for (const FileContent& content : contents) {
+    ContentPlace place = placeOfContent(content.file);
+    // Links may lead two names to one file: what the first puts there is judged before the second.
+    if (batch.holds(place.path)) {
+      areAllWritten &= replace(batch);
+      place = placeOfContent(content.file);
+    }
+    if (!place.status.ok() && !place.status.isNotFound()) {
+      macos::NSLogStatus(place.status);
+      areAllWritten = false;
+      continue;
+    }
+    const Value::Kind kind = content.value.kind();
+    const bool mayWrite = !place.status.ok() || mayReplace(place.path, kind, place.info);
+    areAllWritten &= mayWrite && add(content.value, place.path, batch);
   }
-  if (place.status.ok() && !mayReplace(place.path, value.kind(), place.info)) {
-    return false;
-  }
-  const auto xml =
+  return replace(batch) && areAllWritten;
+}
+
+bool StoreFiles::add(const Value& value, const std::string& path, Batch& batch) {
+  auto xml =
       macos::NSPropertyListSerialization::dataWithPropertyList(value, macos::NSPropertyListFormat::XML);
   if (!xml.ok()) {
-    macos::NSLog(place.path + ": " + xml.status().message());
+    macos::NSLog(path + ": " + xml.status().message());
     return false;
   }
-  const Status written = files().replace(place.path, *xml, kFileMode);
-  if (!written.ok()) {
-    macos::NSLogStatus(written);
-    return false;
-  }
-  if (const auto info = files().info(place.path, FollowLinks::Yes); info.ok()) {
-    judgements_[place.path] = {*info, value.kind(), Content::Good};
-  }
+  batch.files.push_back({path, std::move(xml).value()});
+  batch.kinds.push_back(value.kind());
   return true;
+}
+
+bool StoreFiles::replace(Batch& batch) {
+  const std::vector<Status> results = files().replaceAll(batch.files, kFileMode);
+  bool areAllWritten = true;
+  for (std::size_t i = 0; i < results.size(); ++i) {
+    const std::string& path = batch.files[i].path;
+    if (!results[i].ok()) {
+      macos::NSLogStatus(results[i]);
+      areAllWritten = false;
+    } else if (const auto info = files().info(path, FollowLinks::Yes); info.ok()) {
+      judgements_[path] = {*info, batch.kinds[i], Content::Good};
+    }
+  }
+  batch = Batch();
+  return areAllWritten;
 }
 
 // The last word before content is overwritten: what was never read, or has changed since, is judged first.

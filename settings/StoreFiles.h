@@ -14,6 +14,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "macos/foundation/URL.h"
 #include "macos/foundation/Value.h"
@@ -29,6 +30,13 @@ class StoreFiles {
   // Whether the content is on disk.
   bool write(const macos::Array& array, const macos::NSURL& file);
   bool write(const macos::Dictionary& dictionary, const macos::NSURL& file);
+  // Several files at once, which costs the disk little more than one. Whether all are on disk; each is
+  // written whatever becomes of the others.
+  struct FileContent {
+    macos::NSURL file;
+    macos::Value value;  // an array or a dictionary
+  };
+  bool writeAll(const std::vector<FileContent>& contents);
 
  private:
   enum class Content { Good, Damaged, Unreadable };
@@ -41,7 +49,11 @@ class StoreFiles {
 
   macos::Value read(const macos::NSURL& file, macos::Value::Kind kind);
   macos::Value readJudged(const std::string& path, macos::Value::Kind kind, const macos::FileInfo& info);
-  bool writeValue(const macos::Value& value, const macos::NSURL& file);
+  // What is ready to be written.
+  struct Batch;
+  bool add(const macos::Value& value, const std::string& path, Batch& batch);
+  // Writes it, and empties it.
+  bool replace(Batch& batch);
   bool mayReplace(const std::string& path, macos::Value::Kind kind, const macos::FileInfo& info);
 
   std::map<std::string, Judgement> judgements_;

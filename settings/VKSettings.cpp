@@ -192,11 +192,13 @@ bool VKSettings::save() {
   } else {
     defaults()->removeObjectForKey(SettingsKeys::CurrentSet);
   }
-  // What becomes of the four global files does not count. Deliberate.
-  writeDictionary(framesForApps_, kDialogSizesFile, std::nullopt);
-  writeDictionary(sidebarWidthsForApps_, kSidebarSizesFile, std::nullopt);
-  writeDictionary(usageStatistics_, kStatisticsFile, std::nullopt);
-  writeDictionary(saveActions_.dictionary(), kSaveActionsFile, std::nullopt);
+  // What becomes of the four global files does not count. Deliberate. Where their folder is takes several
+  // looks at the disk: once for all.
+  const NSURL folder = urlForFolderSet(std::nullopt, true);
+  files_.writeAll({{fileInFolder(folder, kDialogSizesFile), Value(framesForApps_)},
+                   {fileInFolder(folder, kSidebarSizesFile), Value(sidebarWidthsForApps_)},
+                   {fileInFolder(folder, kStatisticsFile), Value(usageStatistics_)},
+                   {fileInFolder(folder, kSaveActionsFile), Value(saveActions_.dictionary())}});
   const bool applicationFlushed = macos::CFPreferencesAppSynchronize(macos::kCFPreferencesCurrentApplication);
   const bool defaultsFlushed = defaults()->synchronize();
   const bool setSaved = saveSet(currentSet_);
@@ -228,14 +230,20 @@ bool VKSettings::saveSet(const std::optional<std::string>& name) {
     return false;
   }
   const NSURL folder = urlForFolderSet(name, true);
-  bool allWritten = true;
+  std::vector<StoreFiles::FileContent> contents;
   for (const CollectionNames& names : kCollections) {
-    const SharedItemList& list = itemList(names.collection);
-    allWritten &= list && files_.write(arrayFromEntries(list->entries), fileInFolder(folder, names.filename));
+    if (const SharedItemList& list = itemList(names.collection)) {
+      contents.push_back({fileInFolder(folder, names.filename), Value(arrayFromEntries(list->entries))});
+    }
   }
-  allWritten &= lastFolders_ && files_.write(*lastFolders_, fileInFolder(folder, kLastFoldersFile));
-  allWritten &= rebound_ && files_.write(*rebound_, fileInFolder(folder, kReboundFile));
-  return allWritten;
+  if (lastFolders_) {
+    contents.push_back({fileInFolder(folder, kLastFoldersFile), Value(*lastFolders_)});
+  }
+  if (rebound_) {
+    contents.push_back({fileInFolder(folder, kReboundFile), Value(*rebound_)});
+  }
+  constexpr std::size_t kFilesOfSet = kCollectionCount + 2;
+  return files_.writeAll(contents) && contents.size() == kFilesOfSet;
 }
 
 Array VKSettings::readArrayFromFilename(std::string_view filename, const std::optional<std::string>& forSet) {

@@ -113,6 +113,9 @@ class RememberingFileSystem : public FileSystem {
   Status replace(std::string_view path, std::string_view content, std::uint32_t mode) override {
     return change([&] { return files_->replace(path, content, mode); });
   }
+  std::vector<Status> replaceAll(const std::vector<NewContent>& files, std::uint32_t mode) override {
+    return change([&] { return files_->replaceAll(files, mode); });
+  }
   Status create(std::string_view path, std::string_view content, std::uint32_t mode) override {
     return change([&] { return files_->create(path, content, mode); });
   }

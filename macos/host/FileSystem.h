@@ -59,6 +59,12 @@ class FileLock {
   virtual ~FileLock() = default;
 };
 
+// What is to be in a file.
+struct NewContent {
+  std::string path;
+  std::string content;
+};
+
 class FileSystem {
  public:
   virtual ~FileSystem() = default;
@@ -89,6 +95,11 @@ class FileSystem {
   // file stands as it was and nothing is left beside it. A crash may leave the neighbour (".NAME.", cut
   // when it is long, and 16 hexadecimal digits), never half a file.
   virtual Status replace(std::string_view path, std::string_view content, std::uint32_t mode) = 0;
+  // The same for several files, which the disk takes much better at once: all are written before the first
+  // is flushed, and all flushed before the first is renamed. Each is replaced or stands as it was by
+  // itself, whatever becomes of the others. What became of each, in their order. As long as it lasts, two
+  // descriptors are open for each.
+  virtual std::vector<Status> replaceAll(const std::vector<NewContent>& files, std::uint32_t mode) = 0;
   // Makes a new file and flushes it; AlreadyExists when anything is at the path. On failure nothing is
   // left; a crash may leave a part of it.
   virtual Status create(std::string_view path, std::string_view content, std::uint32_t mode) = 0;

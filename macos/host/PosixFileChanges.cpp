@@ -10,6 +10,8 @@
 
 #include <algorithm>
 #include <cinttypes>
+#include <deque>
+#include <optional>
 #include <vector>
 
 #include "macos/host/PosixFileSystem.h"
@@ -240,35 +242,92 @@ std::string PosixFileSystem::neighbourName(const std::string& name) {
   return "." + shortened(name) + "." + hexadecimal(nextNeighbour_.fetch_add(1));
 }
 
-Status PosixFileSystem::replace(std::string_view path, std::string_view content, std::uint32_t mode) {
-  const Place there = placeOfFile(path);
-  if (there.error != 0) return Status::fromErrno(path, there.error == EEXIST ? EISDIR : there.error);
-  const int folder = there.folder.get();
-  struct stat old {};
-  const bool isThere = ::fstatat(folder, there.name.c_str(), &old, AT_SYMLINK_NOFOLLOW) == 0;
-  if (isThere && S_ISDIR(old.st_mode)) return Status::fromErrno(path, EISDIR);
-  const bool isFile = isThere && S_ISREG(old.st_mode);
-  const mode_t permissions = (isFile ? old.st_mode : mode) & 07777;
-
-  constexpr int kAttempts = 8;
-  int error = EEXIST;
-  for (int attempt = 0; attempt < kAttempts && error == EEXIST; ++attempt) {
-    const std::string name = neighbourName(there.name);
-    NewFile neighbour(folder, name, permissions);
-    if (neighbour.error() == EEXIST) continue;
-    neighbour.then([&](int file) { return writeAll(file, content); });
-    neighbour.then([&](int file) {
-      if (isFile && isSuperuser()) return giveToOwner(file, old);
-      return isFile ? 0 : giveToOwnerOfFolder(file, folder);
-    });
-    if (isFile) neighbour.then([&](int file) { return ::fchmod(file, permissions) == 0 ? 0 : errno; });
-    neighbour.finish();
-    neighbour.then(
-        [&](int) { return ::renameat(folder, name.c_str(), folder, there.name.c_str()) == 0 ? 0 : errno; });
-    error = neighbour.keep();
-    break;
+// New content on its way into the place of a file: written beside it, flushed, renamed over it. What failed
+// is told by the last step, and nothing is left of it.
+class PosixFileSystem::Replacement {
+ public:
+  Replacement(PosixFileSystem& files, std::string_view path, std::string_view content, mode_t mode)
+      : path_(path), there_(files.placeOfFile(path_)) {
+    if (there_.error != 0) {
+      error_ = there_.error == EEXIST ? EISDIR : there_.error;
+      return;
+    }
+    struct stat old {};
+    const bool isThere = ::fstatat(there_.folder.get(), there_.name.c_str(), &old, AT_SYMLINK_NOFOLLOW) == 0;
+    if (isThere && S_ISDIR(old.st_mode)) {
+      error_ = EISDIR;
+      return;
+    }
+    write(files, content, mode, isThere && S_ISREG(old.st_mode) ? &old : nullptr);
   }
-  return error == 0 ? Status() : Status::fromErrno(path, error);
+
+  // Lets the disk begin, for one that is flushed later.
+  void beginFlushing() {
+    if (!neighbour_) return;
+    neighbour_->then([](int file) {
+      // Flushing does it all when this does not.
+      (void)::sync_file_range(file, 0, 0, SYNC_FILE_RANGE_WRITE);
+      return 0;
+    });
+  }
+  void flush() {
+    if (neighbour_) neighbour_->finish();
+  }
+  Status rename() {
+    if (neighbour_) {
+      const int folder = there_.folder.get();
+      neighbour_->then([&](int) {
+        return ::renameat(folder, name_.c_str(), folder, there_.name.c_str()) == 0 ? 0 : errno;
+      });
+      error_ = neighbour_->keep();
+    }
+    return error_ == 0 ? Status() : Status::fromErrno(path_, error_);
+  }
+
+ private:
+  void write(PosixFileSystem& files, std::string_view content, mode_t mode, const struct stat* old) {
+    constexpr int kAttempts = 8;
+    const int folder = there_.folder.get();
+    const mode_t permissions = (old != nullptr ? old->st_mode : mode) & 07777;
+    for (int attempt = 0; attempt < kAttempts; ++attempt) {
+      name_ = files.neighbourName(there_.name);
+      neighbour_.emplace(folder, name_, permissions);
+      if (neighbour_->error() != EEXIST) break;
+    }
+    neighbour_->then([&](int file) { return writeAll(file, content); });
+    neighbour_->then([&](int file) {
+      if (old != nullptr) return isSuperuser() ? giveToOwner(file, *old) : 0;
+      return giveToOwnerOfFolder(file, folder);
+    });
+    if (old == nullptr) return;
+    neighbour_->then([&](int file) { return ::fchmod(file, permissions) == 0 ? 0 : errno; });
+  }
+
+  const std::string_view path_;
+  const Place there_;
+  std::string name_;
+  std::optional<NewFile> neighbour_;
+  int error_ = 0;
+};
+
+Status PosixFileSystem::replace(std::string_view path, std::string_view content, std::uint32_t mode) {
+  Replacement replacement(*this, path, content, mode);
+  replacement.flush();
+  return replacement.rename();
+}
+
+std::vector<Status> PosixFileSystem::replaceAll(const std::vector<NewContent>& files, std::uint32_t mode) {
+  // Not moved once they are there.
+  std::deque<Replacement> replacements;
+  for (const NewContent& file : files) {
+    replacements.emplace_back(*this, file.path, file.content, mode);
+    replacements.back().beginFlushing();
+  }
+  for (Replacement& replacement : replacements) replacement.flush();
+  std::vector<Status> results;
+  results.reserve(files.size());
+  for (Replacement& replacement : replacements) results.push_back(replacement.rename());
+  return results;
 }
 
 Status PosixFileSystem::create(std::string_view path, std::string_view content, std::uint32_t mode) {

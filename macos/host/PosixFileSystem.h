@@ -33,6 +33,7 @@ class PosixFileSystem : public FileSystem {
   bool isAccessible(std::string_view path, int mode) override;
 
   Status replace(std::string_view path, std::string_view content, std::uint32_t mode) override;
+  std::vector<Status> replaceAll(const std::vector<NewContent>& files, std::uint32_t mode) override;
   Status create(std::string_view path, std::string_view content, std::uint32_t mode) override;
   Status append(std::string_view path, std::string_view content, std::uint32_t mode) override;
   Status copyFile(std::string_view from, std::string_view to) override;
@@ -57,6 +58,7 @@ class PosixFileSystem : public FileSystem {
  private:
   struct Place;
   class NewFile;
+  class Replacement;
 
   Place place(std::string_view path) const;
   // The same for an operation that needs the name of a file.

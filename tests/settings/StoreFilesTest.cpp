@@ -182,6 +182,17 @@ TEST_F(StoreFilesOfAUser, ThatBecameDamagedAfterTheyWereReadAreKeptToo) {
             "overwritten by somebody");
 }
 
+// The second finds what the first wrote, which is no content for it, and keeps it.
+TEST_F(StoreFilesOfAUser, ThatLeadToOneFileLoseNothing) {
+  writeAll(1);
+  const auto store = makeStore();
+  setAll(*store, 2);
+  host.root().remove(storePath("Default Set/Rebound.plist"));
+  host.root().makeLink(storePath("Default Set/Rebound.plist"), "Favorites.plist");
+  EXPECT_TRUE(store->save());
+  EXPECT_EQ(propertyList(storePath("Default Set/Favorites.plist.damaged")), content(kFiles[4], 2));
+}
+
 TEST_F(StoreFilesOfAUser, DropEntriesThatAreNoDictionariesWithOneLogLine) {
   writePropertyList(storePath("Default Set/Favorites.plist"),
                     Value(Array{Value(1), Value(Dictionary{{"name", Value("a")}}), Value("text")}));

@@ -14,6 +14,7 @@ using macos::FileLock;
 using macos::FileSystem;
 using macos::FolderEntry;
 using macos::FollowLinks;
+using macos::NewContent;
 using macos::Result;
 using macos::Status;
 using macos::UnixNanoseconds;
@@ -81,6 +82,12 @@ bool ForwardingFileSystem::isAccessible(std::string_view path, int mode) {
 Status ForwardingFileSystem::replace(std::string_view path, std::string_view content, std::uint32_t mode) {
   return pass({FileOperation::Replace, path, content},
               [&](FileSystem& files) { return files.replace(path, content, mode); });
+}
+std::vector<Status> ForwardingFileSystem::replaceAll(const std::vector<NewContent>& files,
+                                                     std::uint32_t mode) {
+  std::vector<Status> results;
+  for (const NewContent& file : files) results.push_back(replace(file.path, file.content, mode));
+  return results;
 }
 Status ForwardingFileSystem::create(std::string_view path, std::string_view content, std::uint32_t mode) {
   return pass({FileOperation::Create, path, content},

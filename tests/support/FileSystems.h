@@ -71,6 +71,9 @@ class ForwardingFileSystem : public macos::FileSystem {
   macos::Result<std::vector<macos::FolderEntry>> list(std::string_view path) override;
   bool isAccessible(std::string_view path, int mode) override;
   macos::Status replace(std::string_view path, std::string_view content, std::uint32_t mode) override;
+  // One after the other, so that each can be looked into.
+  std::vector<macos::Status> replaceAll(const std::vector<macos::NewContent>& files,
+                                        std::uint32_t mode) override;
   macos::Status create(std::string_view path, std::string_view content, std::uint32_t mode) override;
   macos::Status append(std::string_view path, std::string_view content, std::uint32_t mode) override;
   macos::Status copyFile(std::string_view from, std::string_view to) override;

@@ -74,6 +74,9 @@ TEST_F(Remembering, EveryChangeThroughTheHostIsSeenAtOnce) {
   EXPECT_EQ(files().info("/b", FollowLinks::Yes)->size, 1U);
   ASSERT_TRUE(files().replace("/b", "longer", 0644).ok());
   EXPECT_EQ(files().info("/b", FollowLinks::Yes)->size, 6U);
+  ASSERT_TRUE(files().replaceAll({{"/b", "four"}}, 0644).at(0).ok());
+  EXPECT_EQ(files().info("/b", FollowLinks::Yes)->size, 4U);
+  ASSERT_TRUE(files().replace("/b", "longer", 0644).ok());
   ASSERT_TRUE(files().append("/b", "!", 0644).ok());
   EXPECT_EQ(files().info("/b", FollowLinks::Yes)->size, 7U);
   ASSERT_TRUE(files().rename("/b", "/c", FileSystem::Replace::No).ok());

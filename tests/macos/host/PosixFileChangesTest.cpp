@@ -4,6 +4,7 @@
 #include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -24,6 +25,7 @@
 namespace macos {
 namespace {
 
+using vennick::tests::countSystemCalls;
 using vennick::tests::expectAsOrdinaryUser;
 using vennick::tests::expectInChild;
 using vennick::tests::kOrdinaryUser;
@@ -53,6 +55,12 @@ class PosixFileSystemChanges : public FileSystemTest {
   }
 };
 INSTANTIATE_TEST_SUITE_P(Ways, PosixFileSystemChanges, everyWay(), nameOfWay);
+
+mode_t currentUmask() {
+  const mode_t mask = ::umask(0);
+  ::umask(mask);
+  return mask;
+}
 
 class Umask {
  public:
@@ -125,6 +133,52 @@ TEST_P(PosixFileSystemChanges, ReplaceRefusesAFolderAndLeavesNothing) {
   write("file", "");
   EXPECT_TRUE(files.replace(d("file/x"), "x", 0644).isNotFound());
   EXPECT_EQ(names(), (Names{"file", "folder"}));
+}
+
+TEST_P(PosixFileSystemChanges, ReplaceAllReplacesEachByItself) {
+  write("old", "before", 0604);
+  root.makeFolder("/Users/anna/d/folder");
+  root.makeFolder("/Users/anna/elsewhere");
+  const auto results = files.replaceAll({{d("old"), "after"},
+                                         {d("folder"), "x"},
+                                         {d("new"), "new"},
+                                         {d("none/x"), "x"},
+                                         {anna("elsewhere/y"), ""},
+                                         {"", "x"}},
+                                        0640);
+  ASSERT_EQ(results.size(), 6U);
+  EXPECT_TRUE(results[0].ok());
+  EXPECT_EQ(results[1].errnoValue(), EISDIR);
+  EXPECT_TRUE(results[2].ok());
+  EXPECT_TRUE(results[3].isNotFound());
+  EXPECT_NE(results[3].message().find(d("none/x")), std::string::npos);
+  EXPECT_TRUE(results[4].ok());
+  EXPECT_FALSE(results[5].ok());
+  EXPECT_EQ(content("old"), "after");
+  EXPECT_EQ(modeOf("old"), 0604U);
+  EXPECT_EQ(content("new"), "new");
+  EXPECT_EQ(modeOf("new"), 0640U & ~currentUmask());
+  EXPECT_EQ(names(), (Names{"folder", "new", "old"}));
+  EXPECT_EQ(root.names("/Users/anna/elsewhere"), Names{"y"});
+  EXPECT_TRUE(files.replaceAll({}, 0644).empty());
+}
+
+TEST_P(PosixFileSystemChanges, ReplaceAllGivesAFileThatIsNamedTwiceTheLastContent) {
+  const auto results = files.replaceAll({{d("a"), "first"}, {d("b"), "b"}, {d("a"), "last"}}, 0644);
+  for (const Status& result : results) EXPECT_TRUE(result.ok());
+  EXPECT_EQ(content("a"), "last");
+  EXPECT_EQ(names(), (Names{"a", "b"}));
+}
+
+TEST_P(PosixFileSystemChanges, EveryReplacedFileIsFlushedOnce) {
+  const std::vector<NewContent> contents = {{d("a"), "a"}, {d("b"), "b"}, {d("folder"), "x"}};
+  root.makeFolder("/Users/anna/d/folder");
+  const auto all = countSystemCalls([&] { files.replaceAll(contents, 0644); });
+  const auto one = countSystemCalls([&] { (void)files.replace(d("a"), "again", 0644); });
+  if (!all || !one) GTEST_SKIP() << "no process may be traced here";
+  EXPECT_EQ(all->byNumber.at(SYS_fsync), 2);
+  EXPECT_EQ(all->byNumber.at(SYS_renameat), 2);
+  EXPECT_EQ(one->byNumber.at(SYS_fsync), 1);
 }
 
 TEST_P(PosixFileSystemChanges, ReplaceWorksWhereTheOldFileMayNotBeWritten) {
