@@ -21,11 +21,14 @@ std::optional<pid_t> processIDOf(const ProcessSerialNumber& number) {
 
 bool isProcessOfThisSession(const ProcessInfo& process) {
   auto& host = Host::current();
-  const auto root = host.processes().environmentValue(process, "MACOS_ROOT");
-  if (!root || root->empty()) return true;
-  if (host.files().pathInRoot(*root) != "/") return false;
-  const auto home = host.processes().environmentValue(process, "HOME");
-  return !home || host.files().hostPath(*home) == host.files().hostPath(host.home());
+  const auto environment = host.processes().environment(process);
+  if (!environment) return false;
+  const auto root = environment->find("MACOS_ROOT");
+  if (root == environment->end() || root->second.empty()) return true;
+  if (host.files().pathInRoot(root->second) != "/") return false;
+  const auto home = environment->find("HOME");
+  return home == environment->end() ||
+         host.files().hostPath(home->second) == host.files().hostPath(host.home());
 }
 
 OSErr GetProcessBySignature(OSType signature, ProcessSerialNumber* number) {

@@ -29,7 +29,8 @@ ProcessSerialNumber processSerialNumberOf(pid_t processID);
 std::optional<pid_t> processIDOf(const ProcessSerialNumber& number);
 
 // Whether the process was started, by its environment, for this Mac and this user. One that names no root
-// folder was started without regard to one and counts.
+// folder was started without regard to one and counts; one that has ended, or whose program has not begun,
+// does not.
 bool isProcessOfThisSession(const ProcessInfo& process);
 
 // The first running application with that signature (NSBundle::signature); a process is an application's

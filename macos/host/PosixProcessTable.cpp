@@ -131,13 +131,18 @@ std::string executableOf(pid_t process, std::string program) {
   return script.empty() ? program : script;
 }
 
-// Number, parent and start from /proc/<id>/stat; nullopt when the process has ended.
-std::optional<ProcessInfo> readState(pid_t process) {
+// The fields of /proc/<id>/stat from the third one, the state, on; none when there is no such process.
+std::vector<std::string> stateFields(pid_t process, std::size_t most) {
   const std::string text = readSome(procPath(process, "stat"), 4096);
   // The name in brackets may hold anything, so the last bracket counts.
   const std::size_t nameEnd = text.rfind(") ");
-  if (nameEnd == std::string::npos) return std::nullopt;
-  const std::vector<std::string> fields = splitAt(std::string_view(text).substr(nameEnd + 2), " ", 20);
+  if (nameEnd == std::string::npos) return {};
+  return splitAt(std::string_view(text).substr(nameEnd + 2), " ", most);
+}
+
+// Number, parent and start; nullopt when the process has ended.
+std::optional<ProcessInfo> readState(pid_t process) {
+  const std::vector<std::string> fields = stateFields(process, 20);
   if (fields.size() < 20 || fields[0] == "Z" || fields[0] == "X" || fields[0] == "x") return std::nullopt;
   ProcessInfo info;
   info.processID = process;
@@ -145,6 +150,14 @@ std::optional<ProcessInfo> readState(pid_t process) {
   const UnixNanoseconds ticks = std::strtoll(fields[19].c_str(), nullptr, 10);
   info.started = ticks * (1'000'000'000 / ::sysconf(_SC_CLK_TCK));
   return info;
+}
+
+// Whether the process has an environment, be it an empty one. The kernel tells where in memory it ends: at 0
+// while a program is being loaded, and when the process ends.
+bool hasEnvironment(pid_t process) {
+  constexpr std::size_t kEnvironmentEnd = 48;
+  const std::vector<std::string> fields = stateFields(process, kEnvironmentEnd + 1);
+  return fields.size() > kEnvironmentEnd && fields[kEnvironmentEnd] != "0";
 }
 
 // Whether it is still the process that was meant. The kernel keeps the number while we hold on to it.
@@ -190,20 +203,22 @@ std::vector<ProcessInfo> PosixProcessTable::processes(const ExecutableTest& isMe
   return result;
 }
 
-std::optional<std::string> PosixProcessTable::environmentValue(const ProcessInfo& process,
-                                                               std::string_view name) {
+std::optional<std::map<std::string, std::string>> PosixProcessTable::environment(const ProcessInfo& process) {
   constexpr std::size_t kLargestEnvironment = std::size_t{2} << 20;
-  if (name.find('=') != std::string_view::npos) return std::nullopt;
-  const std::string environment = readSome(procPath(process.processID, "environ"), kLargestEnvironment);
-  std::string_view rest = environment;
+  // Asked before and after: in between the program may have begun, or the process ended.
+  if (!hasEnvironment(process.processID)) return std::nullopt;
+  const std::string text = readSome(procPath(process.processID, "environ"), kLargestEnvironment);
+  if (text.empty() && !hasEnvironment(process.processID)) return std::nullopt;
+  std::map<std::string, std::string> variables;
+  std::string_view rest = text;
   while (!rest.empty()) {
     const std::string_view entry = rest.substr(0, rest.find('\0'));
     rest.remove_prefix(std::min(entry.size() + 1, rest.size()));
-    if (entry.size() > name.size() && entry[name.size()] == '=' && entry.substr(0, name.size()) == name) {
-      return std::string(entry.substr(name.size() + 1));
-    }
+    const std::size_t equals = entry.find('=');
+    if (equals == 0 || equals == std::string_view::npos) continue;
+    variables.emplace(entry.substr(0, equals), entry.substr(equals + 1));
   }
-  return std::nullopt;
+  return variables;
 }
 
 Status PosixProcessTable::sendTerminate(const ProcessInfo& process) {

@@ -18,7 +18,7 @@ class PosixProcessTable : public ProcessTable {
 
   std::vector<ProcessInfo> processes(const ExecutableTest& isMeant) override;
   std::optional<ProcessInfo> process(pid_t processID) override;
-  std::optional<std::string> environmentValue(const ProcessInfo& process, std::string_view name) override;
+  std::optional<std::map<std::string, std::string>> environment(const ProcessInfo& process) override;
   Status sendTerminate(const ProcessInfo& process) override;
   Result<pid_t> launch(const LaunchRequest& request) override;
 

@@ -66,9 +66,10 @@ class ProcessTable {
   virtual std::vector<ProcessInfo> processes(const ExecutableTest& isMeant) = 0;
   // The process as it is now; nullopt when it has ended.
   virtual std::optional<ProcessInfo> process(pid_t processID) = 0;
-  // A variable of the environment that the process was started with; nullopt when it was given none of the
-  // name, or its environment cannot be seen, as another user's.
-  virtual std::optional<std::string> environmentValue(const ProcessInfo& process, std::string_view name) = 0;
+  // The environment that the process was started with, by variable; of two of one name the first counts.
+  // nullopt when it cannot be seen: another user's, or that of a process that has ended or whose program has
+  // not begun.
+  virtual std::optional<std::map<std::string, std::string>> environment(const ProcessInfo& process) = 0;
   // SIGTERM. NotFound when the process has ended, also when another one has its number by now.
   virtual Status sendTerminate(const ProcessInfo& process) = 0;
   // Starts a detached process: a session of its own, working directory "/", standard input, output and

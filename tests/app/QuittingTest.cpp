@@ -27,11 +27,9 @@ class StagedProcesses : public macos::ProcessTable {
     return std::nullopt;
   }
   // They were started for this root and home.
-  std::optional<std::string> environmentValue(const macos::ProcessInfo& /*process*/,
-                                              std::string_view name) override {
-    const auto& environment = macos::Host::current().environment();
-    const auto found = environment.find(std::string(name));
-    return found == environment.end() ? std::nullopt : std::optional(found->second);
+  std::optional<std::map<std::string, std::string>> environment(
+      const macos::ProcessInfo& /*process*/) override {
+    return macos::Host::current().environment();
   }
   macos::Status sendTerminate(const macos::ProcessInfo& process) override {
     requests.push_back(process.processID);

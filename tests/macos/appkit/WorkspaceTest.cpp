@@ -20,8 +20,8 @@ using vennick::tests::TemporaryRoot;
 using vennick::tests::TestHost;
 using vennick::tests::TestHostOptions;
 
-constexpr std::string_view kIdentifier = "com.example.WorkspaceTest";
-const std::string kMain = "/Applications/Main.app";
+constexpr std::string_view kOpenedIdentifier = "com.example.WorkspaceTest";
+const std::string kOpened = "/Applications/Main.app";
 
 NSURL urlOf(const std::string& path) { return NSURL::fileURLWithPathIsDirectory(path, true); }
 
@@ -47,9 +47,11 @@ class Launched {
   Launched(const Launched&) = delete;
   Launched& operator=(const Launched&) = delete;
 
-  std::optional<std::string> variable(std::string_view name) const {
+  std::optional<std::string> variable(const std::string& name) const {
     auto& processes = Host::current().processes();
-    return processes.environmentValue(*processes.process(result->processIdentifier()), name);
+    const auto environment = processes.environment(*processes.process(result->processIdentifier()));
+    const auto found = environment->find(name);
+    return found == environment->end() ? std::nullopt : std::optional(found->second);
   }
 
   const Result<NSRunningApplication> result;
@@ -57,10 +59,10 @@ class Launched {
 
 TEST(Workspace, StartsTheExecutableOfTheBundle) {
   TestHost host;
-  const std::string executable = makeApplication(host.root(), kMain, kIdentifier);
-  const Launched launched(urlOf(kMain));
+  const std::string executable = makeApplication(host.root(), kOpened, kOpenedIdentifier);
+  const Launched launched(urlOf(kOpened));
   ASSERT_TRUE(launched.result.ok());
-  EXPECT_EQ(launched.result->bundleIdentifier(), kIdentifier);
+  EXPECT_EQ(launched.result->bundleIdentifier(), kOpenedIdentifier);
   EXPECT_EQ(host.host().processes().process(launched.result->processIdentifier())->executable, executable);
 }
 
@@ -68,8 +70,8 @@ TEST(Workspace, TheEnvironmentIsOursWithTheConfigurationsEntriesOverIt) {
   TestHostOptions options;
   options.environment = {{"OURS", "kept"}, {"VK_PREFS_IMPORT_COMPLETED", "old"}};
   TestHost host(options);
-  makeApplication(host.root(), kMain, kIdentifier);
-  const Launched launched(urlOf(kMain), environment({{"VK_PREFS_IMPORT_COMPLETED", Value("YES")}}));
+  makeApplication(host.root(), kOpened, kOpenedIdentifier);
+  const Launched launched(urlOf(kOpened), environment({{"VK_PREFS_IMPORT_COMPLETED", Value("YES")}}));
   ASSERT_TRUE(launched.result.ok());
   EXPECT_EQ(launched.variable("VK_PREFS_IMPORT_COMPLETED"), "YES");
   EXPECT_EQ(launched.variable("OURS"), "kept");
@@ -78,8 +80,8 @@ TEST(Workspace, TheEnvironmentIsOursWithTheConfigurationsEntriesOverIt) {
 
 TEST(Workspace, EntriesThatAreNoTextsAreLeftOut) {
   TestHost host;
-  makeApplication(host.root(), kMain, kIdentifier);
-  const Launched launched(urlOf(kMain), environment({{"NUMBER", Value(1)}, {"TEXT", Value("1")}}));
+  makeApplication(host.root(), kOpened, kOpenedIdentifier);
+  const Launched launched(urlOf(kOpened), environment({{"NUMBER", Value(1)}, {"TEXT", Value("1")}}));
   ASSERT_TRUE(launched.result.ok());
   EXPECT_EQ(launched.variable("NUMBER"), std::nullopt);
   EXPECT_EQ(launched.variable("TEXT"), "1");
@@ -87,17 +89,17 @@ TEST(Workspace, EntriesThatAreNoTextsAreLeftOut) {
 
 TEST(Workspace, AlwaysStartsANewProcess) {
   TestHost host;
-  const Instance old(makeApplication(host.root(), kMain, kIdentifier), Quits::Never);
-  const Launched first(urlOf(kMain));
-  const Launched second(urlOf(kMain));
+  const Instance old(makeApplication(host.root(), kOpened, kOpenedIdentifier), Quits::Never);
+  const Launched first(urlOf(kOpened));
+  const Launched second(urlOf(kOpened));
   ASSERT_TRUE(first.result.ok() && second.result.ok());
-  EXPECT_EQ(NSRunningApplication::runningApplicationsWithBundleIdentifier(kIdentifier).size(), 3U);
+  EXPECT_EQ(NSRunningApplication::runningApplicationsWithBundleIdentifier(kOpenedIdentifier).size(), 3U);
 }
 
 TEST(Workspace, TheProcessIsDetached) {
   TestHost host;
-  makeApplication(host.root(), kMain, kIdentifier);
-  const Launched launched(urlOf(kMain));
+  makeApplication(host.root(), kOpened, kOpenedIdentifier);
+  const Launched launched(urlOf(kOpened));
   ASSERT_TRUE(launched.result.ok());
   EXPECT_NE(host.host().processes().process(launched.result->processIdentifier())->parentID, getpid());
   EXPECT_NE(getsid(launched.result->processIdentifier()), getsid(0));
@@ -105,11 +107,12 @@ TEST(Workspace, TheProcessIsDetached) {
 
 TEST(Workspace, LaunchesABundleOutsideTheRootByItsHostPath) {
   const TemporaryRoot outside;
-  const std::string executable = makeApplication(outside, kMain, kIdentifier);
+  const std::string executable = makeApplication(outside, kOpened, kOpenedIdentifier);
   TestHostOptions options;
-  options.executable = makeApplication(outside, kMain + "/Contents/Helpers/Helper.app", "com.example.helper");
+  options.executable =
+      makeApplication(outside, kOpened + "/Contents/Helpers/Helper.app", "com.example.helper");
   TestHost host(options);
-  const Launched launched(urlOf(outside.hostPath(kMain)));
+  const Launched launched(urlOf(outside.hostPath(kOpened)));
   ASSERT_TRUE(launched.result.ok());
   EXPECT_EQ(host.host().processes().process(launched.result->processIdentifier())->executable, executable);
 }
