@@ -17,6 +17,8 @@ struct Mount {
   std::string source;      // "/dev/sda1", "//server/share"
   std::string options;     // of the mount and of the file system, with commas
   std::uint64_t device = 0;
+
+  friend bool operator==(const Mount&, const Mount&) = default;
 };
 
 // In the order of mounting; of two at one point the later one hides the other. Lines that do not have the

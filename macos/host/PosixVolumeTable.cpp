@@ -53,7 +53,7 @@ UnixNanoseconds wallClock() {
 // One look at the machine.
 class Survey {
  public:
-  explicit Survey(FileSystem& files) : files_(files), mounts_(parseMountInfo(readMountInfo())) {}
+  Survey(FileSystem& files, const std::vector<Mount>& mounts) : files_(files), mounts_(mounts) {}
 
   std::vector<VolumeInfo> volumes() {
     add("/", "", files_.info("/", FollowLinks::Yes));
@@ -110,7 +110,7 @@ class Survey {
   }
 
   FileSystem& files_;
-  std::vector<Mount> mounts_;
+  const std::vector<Mount>& mounts_;
   std::map<std::string, VolumeInfo> found_;
 };
 
@@ -148,11 +148,26 @@ const VolumeInfo& volumeHolding(const std::vector<VolumeInfo>& volumes, std::str
 PosixVolumeTable::PosixVolumeTable(std::shared_ptr<FileSystem> files)
     : files_(std::move(files)), mountInfo_(::open("/proc/self/mountinfo", O_RDONLY | O_CLOEXEC)) {}
 
-// The kernel marks the file once for every change since it was asked last.
+// Those inside the root and those that it lies on.
+std::vector<Mount> PosixVolumeTable::mountsOfRoot() {
+  std::vector<Mount> mounts = parseMountInfo(readMountInfo());
+  const std::optional<std::string> root = files_->hostPath("/");
+  const auto isElsewhere = [&](const Mount& mount) {
+    return root && !isAtOrBelow(mount.mountPoint, *root) && !isAtOrBelow(*root, mount.mountPoint);
+  };
+  mounts.erase(std::remove_if(mounts.begin(), mounts.end(), isElsewhere), mounts.end());
+  return mounts;
+}
+
+// The kernel marks the file once for every change since it was asked last. What changes elsewhere on the
+// machine is no reason to ask disks that may not answer.
 bool PosixVolumeTable::mountsChanged() {
-  if (!mountInfo_.isOpen()) return false;
   pollfd asked{mountInfo_.get(), POLLPRI, 0};
-  return ::poll(&asked, 1, 0) > 0;
+  if (volumes_ && (!mountInfo_.isOpen() || ::poll(&asked, 1, 0) <= 0)) return false;
+  std::vector<Mount> mounts = mountsOfRoot();
+  const bool changed = mounts != mounts_;
+  mounts_ = std::move(mounts);
+  return changed;
 }
 
 PosixVolumeTable::Seen PosixVolumeTable::look() {
@@ -178,7 +193,7 @@ PosixVolumeTable::Volumes PosixVolumeTable::current() {
   const bool isSame = volumes_ && !mountsAreOther && seen_.isTrustworthy && seen_.device == now.device &&
                       seen_.inode == now.inode && seen_.modified == now.modified;
   if (!isSame) {
-    volumes_ = std::make_shared<const std::vector<VolumeInfo>>(Survey(*files_).volumes());
+    volumes_ = std::make_shared<const std::vector<VolumeInfo>>(Survey(*files_, mounts_).volumes());
     seen_ = now;
   }
   return volumes_;

@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: MIT
 //
 // The volumes inside the root: the root itself, every folder in /Volumes, and every mount of the machine
-// that lies inside. What is known of them is kept, and looked up anew when a mount comes, goes or changes
-// or when an entry of /Volumes does; to ask again costs a poll and one query of /Volumes. Any thread.
+// that lies inside. What is known of them is kept, and looked up anew when a mount inside or around the root
+// comes, goes or changes or when an entry of /Volumes does; to ask again costs a poll and one query of
+// /Volumes. Any thread.
 #ifndef MACOS_HOST_POSIXVOLUMETABLE_H
 #define MACOS_HOST_POSIXVOLUMETABLE_H
 
@@ -34,11 +35,13 @@ class PosixVolumeTable : public VolumeTable {
 
   Volumes current();
   bool mountsChanged();
+  std::vector<Mount> mountsOfRoot();
   Seen look();
 
   std::shared_ptr<FileSystem> files_;
   std::mutex mutex_;
   Descriptor mountInfo_;
+  std::vector<Mount> mounts_;
   Seen seen_;
   Volumes volumes_;
 };

@@ -26,6 +26,7 @@ namespace {
 
 using vennick::tests::CountingFileSystem;
 using vennick::tests::countSystemCalls;
+using vennick::tests::FileOperation;
 using vennick::tests::TemporaryMount;
 using vennick::tests::TemporaryRoot;
 
@@ -184,6 +185,21 @@ TEST_F(PosixVolumeTableTest, AMountOutsideTheRootIsNone) {
   const auto outside = TemporaryMount::volume(other, "/Volumes/Stick", 64 * 1024);
   if (!outside) GTEST_SKIP() << "nothing may be mounted here";
   EXPECT_EQ(mountPoints(), std::vector<std::string>{"/"});
+}
+
+// A disk that does not answer must not be asked because of what happens elsewhere on the machine.
+TEST_F(PosixVolumeTableTest, AMountOutsideTheRootIsNoReasonToAskTheVolumes) {
+  root.makeFolder("/Volumes/Slow");
+  std::this_thread::sleep_for(std::chrono::milliseconds(50));
+  table.volumes();
+  files->reset();
+  const TemporaryRoot other;
+  auto outside = TemporaryMount::volume(other, "/Volumes/Stick", 64 * 1024);
+  if (!outside) GTEST_SKIP() << "nothing may be mounted here";
+  EXPECT_EQ(table.volumes().size(), 2U);
+  outside.reset();
+  EXPECT_EQ(table.volumes().size(), 2U);
+  EXPECT_EQ(files->paths(FileOperation::Info), (std::vector<std::string>{"/Volumes", "/Volumes"}));
 }
 
 TEST_F(PosixVolumeTableTest, AnswersManyThreadsWhileVolumesComeAndGo) {
