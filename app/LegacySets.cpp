@@ -32,7 +32,7 @@ std::string activeSetName(bool* isNamed) {
       dictionaryIn(macos::CFPreferencesCopyAppValue(LegacyKeys::Settings, kLegacyDomain));
   const auto name = settings.string(LegacyKeys::ActiveSet);
   *isNamed = name && !name->empty();
-  return *isNamed ? std::string(*name) : macos::NSLocalizedString(kDefaultSetName);
+  return *isNamed ? std::string(*name) : macos::NSLocalizedString(kUnnamedSet);
 }
 
 LegacySet setFrom(std::string_view name, const Dictionary& stored) {

@@ -81,9 +81,9 @@ macos::OSErr LegacyPreferences::load() {
 void LegacyPreferences::readActiveSet() {
   const auto named = settings_.string(LegacyKeys::ActiveSet);
   const bool isNamed = named && !named->empty();
-  activeSetName_ =
-      isNamed ? std::string(*named)
-              : readString(settings_, LegacyKeys::ActiveSet, macos::NSLocalizedString(kDefaultSetName));
+  activeSetName_ = isNamed
+                       ? std::string(*named)
+                       : readString(settings_, LegacyKeys::ActiveSet, macos::NSLocalizedString(kUnnamedSet));
   if (isNamed || folderSets_.contains(activeSetName_)) {
     currentSet_ = readDictionary(folderSets_, activeSetName_).value;
   } else {

@@ -15,7 +15,7 @@ inline constexpr std::string_view kLegacySettingsDomain = "com.quorvale.Vennick.
 inline constexpr std::string_view kLegacyFavoritesDomain = "com.quorvale.Vennick.favorites";
 
 // A string table's key, and the name itself in English.
-inline constexpr std::string_view kDefaultSetName = "Default Set";
+inline constexpr std::string_view kUnnamedSet = "Default Set";
 
 namespace LegacyKeys {
 

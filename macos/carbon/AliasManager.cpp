@@ -27,8 +27,6 @@ constexpr std::uint16_t kFixedDisk = 0;
 constexpr std::uint16_t kNetworkDisk = 1;
 constexpr std::uint16_t kEjectableDisk = 5;
 
-FileSystem& files() { return Host::current().files(); }
-
 // The Mac's own form of a record's dates in version 2: whole seconds by the wall clock.
 std::uint32_t localMacSeconds(UnixNanoseconds time) {
   const std::time_t seconds = static_cast<std::time_t>(time / kNanoseconds);
@@ -128,7 +126,7 @@ void RecordMaker::addIdentifiers(AliasRecord& record) const {
   std::vector<std::uint32_t> identifiers;
   std::string folder = isVolumeRoot_ ? volume_.mountPoint : pathByDeletingLastPathComponent(item_.path);
   for (; folder != volume_.mountPoint && folder != "/"; folder = pathByDeletingLastPathComponent(folder)) {
-    const auto info = files().info(folder, FollowLinks::No);
+    const auto info = Host::current().files().info(folder, FollowLinks::No);
     identifiers.push_back(info ? catalogIdentifier(*info, false) : 0);
   }
   record.parentID = isVolumeRoot_ ? fsRtParID : identifiers.empty() ? fsRtDirID : identifiers.front();

@@ -13,7 +13,7 @@ constexpr std::uint32_t kMagic = 0x00051607;
 constexpr std::uint32_t kVersion1 = 0x00010000;
 constexpr std::uint32_t kVersion2 = 0x00020000;
 constexpr std::string_view kHomeFileSystem = "Mac OS X        ";
-constexpr std::size_t kHeaderSize = 26;
+constexpr std::size_t kDoubleHeaderSize = 26;
 constexpr std::size_t kEntrySize = 12;
 
 constexpr std::uint32_t kResourceForkEntry = 2;
@@ -25,7 +25,7 @@ constexpr std::size_t kAttributeHeaderOffset = FinderInfo::kSize + 2;
 constexpr std::size_t kAttributeHeaderSize = 36;
 constexpr std::size_t kAttributeEntryFixedSize = 11;
 
-Status corrupt(std::string_view cause) { return Status(ErrorCode::Corrupt, "AppleDouble", cause); }
+Status corruptDouble(std::string_view cause) { return Status(ErrorCode::Corrupt, "AppleDouble", cause); }
 
 constexpr std::size_t roundedUpTo4(std::size_t size) { return (size + 3) & ~std::size_t{3}; }
 
@@ -53,14 +53,16 @@ Status readAttributes(std::string_view file, std::size_t entryOffset, std::size_
   const auto count = readBigEndian<std::uint16_t>(file, header + 34);
   std::size_t position = header + kAttributeHeaderSize;
   for (unsigned i = 0; i < count; ++i) {
-    if (!holdsRange(file, position, kAttributeEntryFixedSize)) return corrupt("an attribute lies outside");
+    if (!holdsRange(file, position, kAttributeEntryFixedSize))
+      return corruptDouble("an attribute lies outside");
     const auto valueOffset = readBigEndian<std::uint32_t>(file, position);
     const auto valueLength = readBigEndian<std::uint32_t>(file, position + 4);
     const auto nameLength = readBigEndian<std::uint8_t>(file, position + 10);
     if (nameLength == 0 || !holdsRange(file, position + kAttributeEntryFixedSize, nameLength))
-      return corrupt("an attribute's name lies outside");
-    if (!holdsRange(file, valueOffset, valueLength)) return corrupt("an attribute's value lies outside");
-    if (!budget.take(valueLength)) return corrupt("attributes hold more than the file");
+      return corruptDouble("an attribute's name lies outside");
+    if (!holdsRange(file, valueOffset, valueLength))
+      return corruptDouble("an attribute's value lies outside");
+    if (!budget.take(valueLength)) return corruptDouble("attributes hold more than the file");
 
     // The length counts a zero byte at the end.
     const std::string_view name = file.substr(position + kAttributeEntryFixedSize, nameLength);
@@ -129,28 +131,29 @@ bool canBeWritten(const AppleDouble& file) {
 }  // namespace
 
 Result<AppleDouble> AppleDouble::decode(std::string_view bytes) {
-  if (bytes.size() < kHeaderSize) return corrupt("too short");
-  if (readBigEndian<std::uint32_t>(bytes, 0) != kMagic) return corrupt("another magic number");
+  if (bytes.size() < kDoubleHeaderSize) return corruptDouble("too short");
+  if (readBigEndian<std::uint32_t>(bytes, 0) != kMagic) return corruptDouble("another magic number");
   const auto version = readBigEndian<std::uint32_t>(bytes, 4);
   if (version != kVersion1 && version != kVersion2)
     return Status(ErrorCode::Unsupported, "AppleDouble", "another version");
   const auto count = readBigEndian<std::uint16_t>(bytes, 24);
-  if (!holdsRange(bytes, kHeaderSize, std::uint64_t{count} * kEntrySize)) return corrupt("too many entries");
+  if (!holdsRange(bytes, kDoubleHeaderSize, std::uint64_t{count} * kEntrySize))
+    return corruptDouble("too many entries");
 
   AppleDouble file;
   Budget budget(bytes.size());
   bool hasFinderInfo = false, hasResourceFork = false;
   for (std::size_t i = 0; i < count; ++i) {
-    const std::size_t position = kHeaderSize + i * kEntrySize;
+    const std::size_t position = kDoubleHeaderSize + i * kEntrySize;
     const auto identifier = readBigEndian<std::uint32_t>(bytes, position);
     const auto offset = readBigEndian<std::uint32_t>(bytes, position + 4);
     const auto length = readBigEndian<std::uint32_t>(bytes, position + 8);
-    if (!holdsRange(bytes, offset, length)) return corrupt("an entry lies outside");
-    if (!budget.take(length)) return corrupt("entries hold more than the file");
+    if (!holdsRange(bytes, offset, length)) return corruptDouble("an entry lies outside");
+    if (!budget.take(length)) return corruptDouble("entries hold more than the file");
 
     if (identifier == kFinderInfoEntry) {
       if (std::exchange(hasFinderInfo, true)) continue;
-      if (length < FinderInfo::kSize) return corrupt("short Finder information");
+      if (length < FinderInfo::kSize) return corruptDouble("short Finder information");
       file.finderInfo = *FinderInfo::decode(bytes.substr(offset, FinderInfo::kSize));
       Budget values(bytes.size());
       if (Status status = readAttributes(bytes, offset, length, values, file.attributes); !status.ok())
@@ -176,7 +179,7 @@ Result<std::string> AppleDouble::encode() const {
   out += kHomeFileSystem;
   appendBigEndian(out, static_cast<std::uint16_t>(count));
 
-  std::size_t place = kHeaderSize + count * kEntrySize;
+  std::size_t place = kDoubleHeaderSize + count * kEntrySize;
   const std::string finderEntry = finderInfoEntry(*this, place);
   appendEntry(out, kFinderInfoEntry, place, finderEntry.size());
   place += finderEntry.size();

@@ -3,16 +3,16 @@
 
 #include <algorithm>
 
+#include "macos/foundation/ASCII.h"
+
 namespace macos {
 
 namespace {
 
-bool isDigit(char c) { return c >= '0' && c <= '9'; }
-
 // The digits at the start, without leading zeros: longer is greater, so no number is too large.
 std::string_view takeNumber(std::string_view& text) {
   std::size_t end = 0;
-  while (end < text.size() && isDigit(text[end])) ++end;
+  while (end < text.size() && isASCIIDigit(text[end])) ++end;
   std::string_view digits = text.substr(0, end);
   text.remove_prefix(end);
   digits.remove_prefix(std::min(digits.find_first_not_of('0'), digits.size()));
@@ -48,8 +48,8 @@ Part takePart(std::string_view& version) {
 }  // namespace
 
 std::weak_ordering compareBundleVersions(std::string_view a, std::string_view b) {
-  const bool aIsVersion = !a.empty() && isDigit(a.front());
-  const bool bIsVersion = !b.empty() && isDigit(b.front());
+  const bool aIsVersion = !a.empty() && isASCIIDigit(a.front());
+  const bool bIsVersion = !b.empty() && isASCIIDigit(b.front());
   if (!aIsVersion || !bIsVersion) return aIsVersion <=> bIsVersion;
   while (!a.empty() || !b.empty()) {
     const Part first = takePart(a);

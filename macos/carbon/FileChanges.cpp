@@ -24,10 +24,8 @@ namespace macos {
 namespace {
 
 constexpr std::uint32_t kNewFileMode = 0666;
-constexpr std::int64_t kNanoseconds = 1'000'000'000;
+constexpr std::int64_t kNanosecondsPerSecond = 1'000'000'000;
 constexpr int kFractionBits = 16;
-
-FileSystem& files() { return Host::current().files(); }
 
 // The code for a change to the item that the host did not carry out.
 OSErr codeOfChange(const Status& status, const FileInfo& item) {
@@ -70,24 +68,24 @@ struct Place {
 
 OSErr look(const std::string& path, Place* place) {
   const std::string there = pathAsOnDisk(path);
-  const auto info = files().info(there, FollowLinks::No);
+  const auto info = Host::current().files().info(there, FollowLinks::No);
   if (!info && !info.status().isNotFound()) return resultCode(info.status());
-  *place = {.occupant = info ? there : "", .partner = existingPartner(files(), there)};
+  *place = {.occupant = info ? there : "", .partner = existingPartner(Host::current().files(), there)};
   return noErr;
 }
 
 // Renames the item and its partner, or neither of them.
 OSErr renameWithPartner(const ItemOnDisk& item, const std::string& to, FileSystem::Replace replace) {
-  const std::string partner = existingPartner(files(), item.path);
+  const std::string partner = existingPartner(Host::current().files(), item.path);
   const std::string newPartner = partnerPath(to);
   if (!partner.empty() && newPartner.empty()) return bdNamErr;
-  if (const Status moved = files().rename(item.path, to, replace); !moved.ok()) {
+  if (const Status moved = Host::current().files().rename(item.path, to, replace); !moved.ok()) {
     return codeOfChange(moved, item.info);
   }
   if (partner.empty()) return noErr;
-  const Status followed = files().rename(partner, newPartner, replace);
+  const Status followed = Host::current().files().rename(partner, newPartner, replace);
   if (followed.ok()) return noErr;
-  (void)files().rename(to, item.path, replace);
+  (void)Host::current().files().rename(to, item.path, replace);
   return codeOfChange(followed, item.info);
 }
 
@@ -124,19 +122,20 @@ class Predecessor {
   OSErr setAside() {
     for (; done_ < moves_.size(); ++done_) {
       const auto& [from, to] = moves_[done_];
-      const auto info = files().info(from, FollowLinks::No);
-      const Status moved = files().rename(from, to, FileSystem::Replace::No);
+      const auto info = Host::current().files().info(from, FollowLinks::No);
+      const Status moved = Host::current().files().rename(from, to, FileSystem::Replace::No);
       if (!moved.ok()) return codeOfChange(moved, info ? *info : FileInfo());
     }
     return noErr;
   }
   void putBack() {
     for (; done_ > 0; --done_) {
-      (void)files().rename(moves_[done_ - 1].to, moves_[done_ - 1].from, FileSystem::Replace::No);
+      (void)Host::current().files().rename(moves_[done_ - 1].to, moves_[done_ - 1].from,
+                                           FileSystem::Replace::No);
     }
   }
   void remove() {
-    for (const Move& move : moves_) (void)removeWithPartner(files(), move.to);
+    for (const Move& move : moves_) (void)removeWithPartner(Host::current().files(), move.to);
   }
 
  private:
@@ -150,7 +149,7 @@ class Predecessor {
 
 // Puts the finished copy into its place, over what is there.
 OSErr putInPlace(const std::string& copy, const std::string& path, const Place& place) {
-  const auto info = files().info(copy, FollowLinks::No);
+  const auto info = Host::current().files().info(copy, FollowLinks::No);
   if (!info) return resultCode(info.status());
   Predecessor predecessor(place, hiddenNeighbour(path, "old"));
   OSErr code = predecessor.setAside();
@@ -166,32 +165,32 @@ OSErr putInPlace(const std::string& copy, const std::string& path, const Place& 
 OSErr copyToPlace(const ItemOnDisk& item, const std::string& path, const Place& place) {
   const std::string copy = hiddenNeighbour(path, "copy");
   OSErr code = noErr;
-  if (const Status copied = copyWithPartner(files(), item.path, copy); !copied.ok()) {
+  if (const Status copied = copyWithPartner(Host::current().files(), item.path, copy); !copied.ok()) {
     code = codeOfChange(copied, item.info);
   } else {
     code = putInPlace(copy, path, place);
   }
-  if (code != noErr) (void)removeWithPartner(files(), copy);
+  if (code != noErr) (void)removeWithPartner(Host::current().files(), copy);
   return code;
 }
 
 // The partner first: no file of the name is ever seen without what belongs to it.
 Status createWithPartner(const std::string& path, const std::string& partner, std::string_view content) {
-  if (Status made = files().create(partner, content, kNewFileMode); !made.ok()) return made;
-  Status made = files().create(path, "", kNewFileMode);
-  if (!made.ok()) (void)files().removeFile(partner);
+  if (Status made = Host::current().files().create(partner, content, kNewFileMode); !made.ok()) return made;
+  Status made = Host::current().files().create(path, "", kNewFileMode);
+  if (!made.ok()) (void)Host::current().files().removeFile(partner);
   return made;
 }
 
 // Where the host has no room for the partner's name. What belongs to the file must then find a place in its
 // attributes.
 Status createWithoutPartner(const std::string& path, const AppleDouble& content) {
-  Status made = files().create(path, "", kNewFileMode);
+  Status made = Host::current().files().create(path, "", kNewFileMode);
   if (!made.ok()) return made;
   made = setFinderInfo(path, content.finderInfo);
   if (made.ok()) made = setResourceFork(path, content.resourceFork);
   if (made.ok()) return made;
-  (void)files().removeFile(path);
+  (void)Host::current().files().removeFile(path);
   return {ErrorCode::InvalidArgument, path, "the name is too long for what belongs to the file"};
 }
 
@@ -199,13 +198,15 @@ Status createWithoutPartner(const std::string& path, const AppleDouble& content)
 UnixNanoseconds unixTime(UTCDateTime date) {
   const auto seconds = static_cast<std::int64_t>(date >> kFractionBits) - kMacEpochBefore1970;
   const auto fraction = static_cast<std::int64_t>(date & ((1U << kFractionBits) - 1));
-  constexpr std::int64_t kLastSecond = std::numeric_limits<UnixNanoseconds>::max() / kNanoseconds - 1;
-  return std::min(seconds, kLastSecond) * kNanoseconds + (fraction * kNanoseconds >> kFractionBits);
+  constexpr std::int64_t kLastSecond =
+      std::numeric_limits<UnixNanoseconds>::max() / kNanosecondsPerSecond - 1;
+  return std::min(seconds, kLastSecond) * kNanosecondsPerSecond +
+         (fraction * kNanosecondsPerSecond >> kFractionBits);
 }
 
 OSErr setLocked(const ItemOnDisk& item, bool locked) {
   if (item.info.immutable == locked) return noErr;
-  const Status status = files().setImmutable(item.path, locked);
+  const Status status = Host::current().files().setImmutable(item.path, locked);
   return status.ok() ? noErr : codeOfChange(status, item.info);
 }
 
@@ -235,10 +236,11 @@ OSErr FSDeleteObject(const FSRef& ref) {
   const auto item = itemOfReference(ref);
   if (!item) return fnfErr;
   if (item->info.immutable) return fLckdErr;
-  const std::string partner = existingPartner(files(), item->path);
-  Status status = item->info.isFolder() ? files().removeFolder(item->path) : files().removeFile(item->path);
+  const std::string partner = existingPartner(Host::current().files(), item->path);
+  Status status = item->info.isFolder() ? Host::current().files().removeFolder(item->path)
+                                        : Host::current().files().removeFile(item->path);
   if (!status.ok()) return codeOfChange(status, item->info);
-  if (!partner.empty()) status = files().removeFile(partner);
+  if (!partner.empty()) status = Host::current().files().removeFile(partner);
   return status.ok() || status.isNotFound() ? noErr : codeOfChange(status, item->info);
 }
 
@@ -293,7 +295,7 @@ OSErr FSSetCatalogInfo(const FSRef& ref, FSCatalogInfoBitmap whichInfo, const FS
   }
   Status status;
   if ((whichInfo & kFSCatInfoContentMod) != 0) {
-    status = files().setModified(item->path, unixTime(info.contentModDate));
+    status = Host::current().files().setModified(item->path, unixTime(info.contentModDate));
   }
   if (status.ok() && (whichInfo & kFSCatInfoFinderInfo) != 0) {
     status = setFinderInfo(item->path, info.finderInfo);

@@ -13,14 +13,12 @@ namespace macos {
 
 namespace {
 
-FileSystem& files() { return Host::current().files(); }
-
 // Whether the file is the partner of an item that is there.
 bool hasItsItem(const std::string& path, FileKind kind) {
   const std::string name = lastPathComponent(path);
   if (kind != FileKind::File || !isPartnerName(name)) return false;
   const std::string owner = pathByAppendingComponent(pathByDeletingLastPathComponent(path), name.substr(2));
-  return partnerPath(owner) == path && files().info(owner, FollowLinks::No).ok();
+  return partnerPath(owner) == path && Host::current().files().info(owner, FollowLinks::No).ok();
 }
 
 }  // namespace
@@ -30,7 +28,7 @@ OSErr FSOpenIterator(const FSRef& container, FSIterator* iterator) {
   auto folder = itemOfReference(container);
   if (!folder) return fnfErr;
   if (!folder->info.isFolder()) return errFSNotAFolder;
-  const auto entries = files().list(folder->path);
+  const auto entries = Host::current().files().list(folder->path);
   if (!entries) return resultCode(entries.status());
   iterator->folder_ = std::move(*folder);
   for (const FolderEntry& entry : *entries) iterator->names_.push_back(entry.name);
@@ -52,7 +50,7 @@ OSErr FSGetCatalogInfoBulk(FSIterator& iterator, std::size_t maximumObjects, FSC
   items->clear();
   std::string path;
   while (items->size() < maximumObjects && iterator.next(&path)) {
-    const auto info = files().info(path, FollowLinks::No);
+    const auto info = Host::current().files().info(path, FollowLinks::No);
     if (!info || hasItsItem(path, info->kind)) continue;
     CatalogItem item;
     item.ref = referenceToItem({.path = path, .info = *info});
@@ -65,7 +63,7 @@ OSErr FSGetCatalogInfoBulk(FSIterator& iterator, std::size_t maximumObjects, FSC
   }
   if (!items->empty()) return noErr;
   // The folder's own place may have been forgotten over so many others.
-  if (const auto info = files().info(iterator.folder_.path, FollowLinks::No);
+  if (const auto info = Host::current().files().info(iterator.folder_.path, FollowLinks::No);
       info && info->isSameItem(iterator.folder_.info)) {
     (void)referenceToItem(iterator.folder_);
   }

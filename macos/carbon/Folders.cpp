@@ -13,19 +13,17 @@ constexpr std::uint32_t kPrivateMode = 0700;
 // Everybody may add a folder, nobody may list them or remove another's.
 constexpr std::uint32_t kTrashesMode = 01333;
 
-FileSystem& files() { return Host::current().files(); }
-
 // The folder at the path, which is made when it is missing and may be.
 OSErr findFolder(const std::string& path, bool createFolder, std::uint32_t mode) {
-  auto info = files().info(path, FollowLinks::No);
+  auto info = Host::current().files().info(path, FollowLinks::No);
   if (!info && info.status().isNotFound() && createFolder) {
-    if (const Status made = files().makeFolder(path, mode);
+    if (const Status made = Host::current().files().makeFolder(path, mode);
         !made.ok() && made.code() != ErrorCode::AlreadyExists) {
       return resultCode(made);
     }
     // Whatever the umask took away.
-    (void)files().setMode(path, mode);
-    info = files().info(path, FollowLinks::No);
+    (void)Host::current().files().setMode(path, mode);
+    info = Host::current().files().info(path, FollowLinks::No);
   }
   if (!info) return resultCode(info.status());
   return info->isFolder() ? noErr : errFSNotAFolder;
@@ -58,7 +56,7 @@ OSErr FSFindFolder(FSVolumeRefNum volume, OSType folderType, bool createFolder, 
     return nsvErr;
   }
   const std::string home = pathAsOnDisk(Host::current().home());
-  const auto owner = files().info(home, FollowLinks::Yes);
+  const auto owner = Host::current().files().info(home, FollowLinks::Yes);
   if (!owner) return resultCode(owner.status());
   if (Host::current().volumes().volumeForPath(home).mountPoint == mountPoint) {
     return findTrashOfUser(createFolder, folder);

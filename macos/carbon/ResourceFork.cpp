@@ -10,7 +10,7 @@ namespace macos {
 
 namespace {
 
-constexpr std::size_t kHeaderSize = 16;
+constexpr std::size_t kForkHeaderSize = 16;
 constexpr std::size_t kDataOffset = 256;
 constexpr std::size_t kMapFixedSize = 28;
 constexpr std::size_t kTypeSize = 8;
@@ -18,7 +18,7 @@ constexpr std::size_t kReferenceSize = 12;
 constexpr std::uint16_t kNoName = 0xFFFF;
 constexpr std::size_t kLargestDataOffset = 0xFFFFFF;
 
-Status corrupt(std::string_view cause) { return Status(ErrorCode::Corrupt, "resource fork", cause); }
+Status corruptFork(std::string_view cause) { return Status(ErrorCode::Corrupt, "resource fork", cause); }
 
 struct Range {
   std::uint64_t start = 0;
@@ -55,20 +55,20 @@ class MapReader {
 Status MapReader::read(std::vector<Resource>& resources) {
   const std::size_t types = readBigEndian<std::uint16_t>(map_, 24);
   names_ = readBigEndian<std::uint16_t>(map_, 26);
-  if (!holdsRange(map_, types, 2)) return corrupt("the type list lies outside");
+  if (!holdsRange(map_, types, 2)) return corruptFork("the type list lies outside");
   // The count is stored less one: 0xFFFF is none.
   const std::size_t typeCount = static_cast<std::uint16_t>(readBigEndian<std::uint16_t>(map_, types) + 1);
-  if (!holdsRange(map_, types + 2, typeCount * kTypeSize)) return corrupt("too many types");
+  if (!holdsRange(map_, types + 2, typeCount * kTypeSize)) return corruptFork("too many types");
   lists_.push_back({types, 2 + typeCount * kTypeSize});
 
   for (std::size_t i = 0; i < typeCount; ++i) {
     const std::size_t entry = types + 2 + i * kTypeSize;
     const std::size_t count = std::size_t{readBigEndian<std::uint16_t>(map_, entry + 4)} + 1;
     const std::size_t list = types + readBigEndian<std::uint16_t>(map_, entry + 6);
-    if (!holdsRange(map_, list, count * kReferenceSize)) return corrupt("a reference list lies outside");
+    if (!holdsRange(map_, list, count * kReferenceSize)) return corruptFork("a reference list lies outside");
     lists_.push_back({list, count * kReferenceSize});
   }
-  if (overlap(lists_)) return corrupt("lists overlap");
+  if (overlap(lists_)) return corruptFork("lists overlap");
 
   for (std::size_t i = 0; i < typeCount; ++i) {
     const auto type = readBigEndian<OSType>(map_, types + 2 + i * kTypeSize);
@@ -78,7 +78,7 @@ Status MapReader::read(std::vector<Resource>& resources) {
       return status;
   }
   // Before anything is copied: pieces that shared their bytes would multiply them.
-  if (overlap(pieces_)) return corrupt("resources overlap");
+  if (overlap(pieces_)) return corruptFork("resources overlap");
   for (std::size_t i = 0; i < pieces_.size(); ++i)
     resources[i].data = data_.substr(pieces_[i].start + 4, pieces_[i].length - 4);
   return Status();
@@ -95,9 +95,9 @@ Status MapReader::readReferences(OSType type, std::size_t list, std::size_t coun
     resource.attributes = static_cast<std::uint8_t>(place >> 24);
 
     const std::size_t start = place & kLargestDataOffset;
-    if (!holdsRange(data_, start, 4)) return corrupt("a resource lies outside");
+    if (!holdsRange(data_, start, 4)) return corruptFork("a resource lies outside");
     const auto length = readBigEndian<std::uint32_t>(data_, start);
-    if (!holdsRange(data_, start + 4, length)) return corrupt("a resource ends outside");
+    if (!holdsRange(data_, start + 4, length)) return corruptFork("a resource ends outside");
     pieces_.push_back({start, std::uint64_t{4} + length});
     resources.push_back(std::move(resource));
   }
@@ -107,11 +107,11 @@ Status MapReader::readReferences(OSType type, std::size_t list, std::size_t coun
 Status MapReader::readName(std::uint16_t offset, std::string& name) {
   if (offset == kNoName) return Status();
   const std::size_t place = names_ + offset;
-  if (!holdsRange(map_, place, 1)) return corrupt("a name lies outside");
+  if (!holdsRange(map_, place, 1)) return corruptFork("a name lies outside");
   const auto length = readBigEndian<std::uint8_t>(map_, place);
-  if (!holdsRange(map_, place + 1, length)) return corrupt("a name ends outside");
+  if (!holdsRange(map_, place + 1, length)) return corruptFork("a name ends outside");
   nameBytes_ += length;
-  if (nameBytes_ > map_.size()) return corrupt("names overlap");
+  if (nameBytes_ > map_.size()) return corruptFork("names overlap");
   name = map_.substr(place + 1, length);
   return Status();
 }
@@ -133,16 +133,16 @@ std::vector<std::vector<const Resource*>> groupedByType(const std::vector<Resour
 Result<ResourceFork> ResourceFork::decode(std::string_view bytes) {
   ResourceFork fork;
   if (bytes.empty()) return fork;
-  if (bytes.size() < kHeaderSize) return corrupt("too short");
+  if (bytes.size() < kForkHeaderSize) return corruptFork("too short");
   const auto dataOffset = readBigEndian<std::uint32_t>(bytes, 0);
   const auto mapOffset = readBigEndian<std::uint32_t>(bytes, 4);
   const auto dataLength = readBigEndian<std::uint32_t>(bytes, 8);
   const auto mapLength = readBigEndian<std::uint32_t>(bytes, 12);
-  if (!holdsRange(bytes, dataOffset, dataLength)) return corrupt("the data area lies outside");
-  if (!holdsRange(bytes, mapOffset, mapLength)) return corrupt("the map lies outside");
-  if (mapLength < kMapFixedSize) return corrupt("the map is too short");
-  if (overlap({{0, kHeaderSize}, {dataOffset, dataLength}, {mapOffset, mapLength}}))
-    return corrupt("areas overlap");
+  if (!holdsRange(bytes, dataOffset, dataLength)) return corruptFork("the data area lies outside");
+  if (!holdsRange(bytes, mapOffset, mapLength)) return corruptFork("the map lies outside");
+  if (mapLength < kMapFixedSize) return corruptFork("the map is too short");
+  if (overlap({{0, kForkHeaderSize}, {dataOffset, dataLength}, {mapOffset, mapLength}}))
+    return corruptFork("areas overlap");
 
   const std::string_view map = bytes.substr(mapOffset, mapLength);
   fork.mapAttributes_ = readBigEndian<std::uint16_t>(map, 22);
@@ -192,7 +192,7 @@ Result<std::string> ResourceFork::encode() const {
   appendBigEndian(header, static_cast<std::uint32_t>(nameList + names.size()));
 
   std::string out = header;
-  out.append(kDataOffset - kHeaderSize, '\0');
+  out.append(kDataOffset - kForkHeaderSize, '\0');
   out += data;
   // The map begins with room for a copy of the header and two handles, which readers fill in memory.
   out.append(22, '\0');

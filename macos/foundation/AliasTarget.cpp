@@ -80,9 +80,9 @@ std::optional<std::int64_t> recordedCreation(const AliasRecord& record) {
 }
 
 // One search for one record's target.
-class Search {
+class AliasSearch {
  public:
-  Search(const AliasRecord& record, bool identifierFirst)
+  AliasSearch(const AliasRecord& record, bool identifierFirst)
       : record_(record), identifierFirst_(identifierFirst), files_(Host::current().files()) {}
 
   AliasSearchResult find(AliasTarget& target);
@@ -101,7 +101,7 @@ class Search {
   std::string volume_;  // where it is mounted now
 };
 
-AliasSearchResult Search::find(AliasTarget& target) {
+AliasSearchResult AliasSearch::find(AliasTarget& target) {
   if (!findVolume()) return AliasSearchResult::NoVolume;
   if (const auto path = pathOnVolume(record_)) {
     if (path->empty()) return findVolumeRoot(target);
@@ -113,7 +113,7 @@ AliasSearchResult Search::find(AliasTarget& target) {
   return findInFolder(*folder, posixNameFromCatalog(aliasTargetName(record_)), target);
 }
 
-bool Search::findVolume() {
+bool AliasSearch::findVolume() {
   const std::string recorded = mountPoint(record_);
   const std::vector<VolumeInfo> volumes = Host::current().volumes().volumes();
   for (const VolumeInfo& volume : volumes) {
@@ -134,15 +134,15 @@ bool Search::findVolume() {
   return true;
 }
 
-AliasSearchResult Search::findVolumeRoot(AliasTarget& target) {
+AliasSearchResult AliasSearch::findVolumeRoot(AliasTarget& target) {
   const auto item = files_.info(volume_, FollowLinks::Yes);
   if (!item) return AliasSearchResult::NoVolume;
   target = {.path = volume_, .item = *item};
   return AliasSearchResult::Found;
 }
 
-AliasSearchResult Search::findInFolder(std::string_view recordedFolder, std::string_view name,
-                                       AliasTarget& target) {
+AliasSearchResult AliasSearch::findInFolder(std::string_view recordedFolder, std::string_view name,
+                                            AliasTarget& target) {
   std::string folder(recordedFolder);
   auto folderInfo = files_.info(folder, FollowLinks::Yes);
   if (!folderInfo) {
@@ -164,7 +164,7 @@ AliasSearchResult Search::findInFolder(std::string_view recordedFolder, std::str
   return AliasSearchResult::Found;
 }
 
-std::optional<std::string> Search::folderByIdentifiers() {
+std::optional<std::string> AliasSearch::folderByIdentifiers() {
   if (record_.parentID == kVolumeRootIdentifier) return volume_;
   const std::vector<std::uint32_t> identifiers = record_.directoryIDs();
   if (identifiers.empty() || identifiers.front() != record_.parentID) return std::nullopt;
@@ -182,7 +182,7 @@ std::optional<std::string> Search::folderByIdentifiers() {
   return folder;
 }
 
-std::optional<AliasTarget> Search::itemByName(std::string_view folder, std::string_view name) {
+std::optional<AliasTarget> AliasSearch::itemByName(std::string_view folder, std::string_view name) {
   if (name.empty()) return std::nullopt;
   std::string path = pathByAppendingComponent(folder, name);
   auto item = files_.info(path, FollowLinks::No);
@@ -194,7 +194,7 @@ std::optional<AliasTarget> Search::itemByName(std::string_view folder, std::stri
   return AliasTarget{.path = std::move(path), .item = *item};
 }
 
-std::optional<AliasTarget> Search::itemByIdentifier(std::string_view folder, std::uint64_t device) {
+std::optional<AliasTarget> AliasSearch::itemByIdentifier(std::string_view folder, std::uint64_t device) {
   const auto entries = files_.list(folder);
   if (!entries) return std::nullopt;
   for (const FolderEntry& entry : *entries) {
@@ -259,7 +259,7 @@ bool hasAliasIdentifier(const AliasRecord& record) {
 }
 
 AliasSearchResult findAliasTarget(const AliasRecord& record, bool identifierFirst, AliasTarget* target) {
-  return Search(record, identifierFirst).find(*target);
+  return AliasSearch(record, identifierFirst).find(*target);
 }
 
 }  // namespace macos

@@ -28,8 +28,6 @@ constexpr std::size_t kMagicSize = 16;
 constexpr OSType kFinderCreator = fourCharCode("MACS");
 constexpr OSType kDocumentAliasType = fourCharCode("alis");
 
-FileSystem& files() { return Host::current().files(); }
-
 // Stores the error where one is asked for.
 std::nullopt_t failure(NSError value, NSError* error) {
   if (error != nullptr) *error = std::move(value);
@@ -52,7 +50,8 @@ Array fileIdentifiersOf(const ItemOnDisk& item) {
   for (std::uint64_t inode = item.info.inode; path != "/";) {
     upwards.emplace_back(inode);
     path = pathByDeletingLastPathComponent(path);
-    const auto folder = path == "/" ? Result<FileInfo>(FileInfo()) : files().info(path, FollowLinks::No);
+    const auto folder =
+        path == "/" ? Result<FileInfo>(FileInfo()) : Host::current().files().info(path, FollowLinks::No);
     inode = folder ? folder->inode : 0;
   }
   Array identifiers;
@@ -215,7 +214,7 @@ std::optional<NSError> writeBookmarkData(const NSData& bookmark, const NSURL& to
   const auto file = bookmarkFileFromBlob(bookmark.bytes, NSDate::date());
   if (!file) return corruptBookmarkError(path);
 
-  if (Status status = files().replace(path, *file, kNewFileMode); !status.ok()) {
+  if (Status status = Host::current().files().replace(path, *file, kNewFileMode); !status.ok()) {
     return cocoaErrorForWriting(status, path);
   }
   FinderInfo info = finderInfoAtPath(path);
@@ -229,14 +228,14 @@ std::optional<NSError> writeBookmarkData(const NSData& bookmark, const NSURL& to
 
 std::optional<NSData> bookmarkDataWithContentsOfURL(const NSURL& aliasFile, NSError* error) {
   const std::string path = pathAsOnDisk(aliasFile.fileSystemRepresentation());
-  const auto start = files().readStart(path, kMagicSize);
+  const auto start = Host::current().files().readStart(path, kMagicSize);
   if (!start) {
     const bool isMissing = start.status().isNotFound();
     return failure(isMissing ? cocoaErrorForReading(start.status(), path) : corruptBookmarkError(path),
                    error);
   }
   if (isBookmarkFileStart(*start)) {
-    const auto file = files().read(path, kLargestAliasFile);
+    const auto file = Host::current().files().read(path, kLargestAliasFile);
     auto blob = file ? blobFromBookmarkFile(*file) : Result<std::string>(file.status());
     if (blob && BookmarkData::decode(*blob)) return NSData{std::move(*blob)};
   }
@@ -249,7 +248,7 @@ std::optional<NSData> CFURLCreateBookmarkDataFromFile(const NSURL& url, NSError*
   const auto item = itemOnDisk(path);
   if (!item) return failure(cocoaErrorForReading(item.status(), path), error);
   if (item->info.kind != FileKind::Link) return bookmarkDataWithContentsOfURL(url, error);
-  const auto target = files().realPath(item->path);
+  const auto target = Host::current().files().realPath(item->path);
   if (!target) return failure(cocoaErrorForReading(target.status(), path), error);
   return bookmarkDataWithOptions(NSURL::fileURLWithPath(*target), 0, {}, error);
 }

@@ -38,9 +38,9 @@ std::vector<std::uint64_t> identifiersOf(const BookmarkData& bookmark) {
 }
 
 // One search for one bookmark's item by everything that the bookmark itself records.
-class Search {
+class BookmarkSearch {
  public:
-  Search(const BookmarkData& bookmark, const std::vector<std::string>& components);
+  BookmarkSearch(const BookmarkData& bookmark, const std::vector<std::string>& components);
 
   const std::string& recordedPath() const { return recordedPath_; }
   std::optional<std::string> find();
@@ -66,7 +66,7 @@ class Search {
   int foldersRead_ = 0;
 };
 
-Search::Search(const BookmarkData& bookmark, const std::vector<std::string>& components)
+BookmarkSearch::BookmarkSearch(const BookmarkData& bookmark, const std::vector<std::string>& components)
     : bookmark_(bookmark),
       files_(Host::current().files()),
       recordedPath_(joined("/", components)),
@@ -75,7 +75,7 @@ Search::Search(const BookmarkData& bookmark, const std::vector<std::string>& com
   if (identifiers_.size() != components_.size()) identifiers_.clear();
 }
 
-std::optional<std::string> Search::find() {
+std::optional<std::string> BookmarkSearch::find() {
   if (exists(recordedPath_)) return recordedPath_;
   if (std::string spelled = pathAsOnDisk(recordedPath_); spelled != recordedPath_ && exists(spelled)) {
     return spelled;
@@ -85,14 +85,14 @@ std::optional<std::string> Search::find() {
   return identifiers_.empty() ? std::nullopt : findByIdentifiers();
 }
 
-bool Search::isOnAnotherVolume(const std::string& path) const {
+bool BookmarkSearch::isOnAnotherVolume(const std::string& path) const {
   const auto recorded = bookmark_.string(BookmarkKey::VolumeName);
   const std::string name = Host::current().volumes().volumeForPath(path, FollowLinks::No).name;
   return recorded && !name.empty() && catalogName(name) != catalogName(*recorded);
 }
 
 // Takes the volume's own part away from the components, and its place now for it.
-void Search::findVolume() {
+void BookmarkSearch::findVolume() {
   const std::string recordedPlace(bookmark_.string(BookmarkKey::VolumePath).value_or("/"));
   if (!recordedPlace.starts_with('/')) return;
   const std::size_t depth = pathComponents(recordedPlace).size() - 1;  // without "/"
@@ -122,7 +122,7 @@ void Search::findVolume() {
 }
 
 // Goes down by the names and, where a name is missing, by the identifier.
-std::optional<std::string> Search::findByIdentifiers() {
+std::optional<std::string> BookmarkSearch::findByIdentifiers() {
   std::string place = volume_;
   bool wasRenamed = false;
   for (std::size_t i = 0; i < components_.size(); ++i) {
@@ -140,7 +140,7 @@ std::optional<std::string> Search::findByIdentifiers() {
 }
 
 // Around the folder where the item was, or around the place of that folder when it is gone too.
-std::optional<std::string> Search::findNearby(const std::string& deepest, bool isOwnFolder) {
+std::optional<std::string> BookmarkSearch::findNearby(const std::string& deepest, bool isOwnFolder) {
   if (!isOwnFolder) {
     auto found = itemIn(deepest);
     return found ? found : findInSubfolders(deepest);
@@ -152,7 +152,7 @@ std::optional<std::string> Search::findNearby(const std::string& deepest, bool i
   return found ? found : findInSubfolders(above);
 }
 
-std::optional<std::string> Search::findInSubfolders(const std::string& folder) {
+std::optional<std::string> BookmarkSearch::findInSubfolders(const std::string& folder) {
   for (const FolderEntry& entry : entriesOf(folder)) {
     if (entry.kind != FileKind::Folder) continue;
     if (auto found = itemIn(pathByAppendingComponent(folder, entry.name))) return found;
@@ -160,7 +160,7 @@ std::optional<std::string> Search::findInSubfolders(const std::string& folder) {
   return std::nullopt;
 }
 
-std::optional<std::string> Search::itemIn(const std::string& folder) {
+std::optional<std::string> BookmarkSearch::itemIn(const std::string& folder) {
   for (const FolderEntry& entry : entriesOf(folder)) {
     if (entry.inode != identifiers_.back()) continue;
     std::string path = pathByAppendingComponent(folder, entry.name);
@@ -170,7 +170,7 @@ std::optional<std::string> Search::itemIn(const std::string& folder) {
   return std::nullopt;
 }
 
-std::optional<std::string> Search::folderIn(const std::string& folder, std::uint64_t inode) {
+std::optional<std::string> BookmarkSearch::folderIn(const std::string& folder, std::uint64_t inode) {
   for (const FolderEntry& entry : entriesOf(folder)) {
     if (entry.kind == FileKind::Folder && entry.inode == inode) {
       return pathByAppendingComponent(folder, entry.name);
@@ -180,7 +180,7 @@ std::optional<std::string> Search::folderIn(const std::string& folder, std::uint
 }
 
 // An inode number alone is used again soon after its file is gone.
-bool Search::isTheItem(const FileInfo& info) const {
+bool BookmarkSearch::isTheItem(const FileInfo& info) const {
   const Value* created = bookmark_.find(BookmarkKey::CreationDate);
   const auto date = created != nullptr ? created->ifDate() : std::nullopt;
   const double seconds = static_cast<double>(info.created) / 1e9 - kReferenceDateSince1970;
@@ -188,7 +188,7 @@ bool Search::isTheItem(const FileInfo& info) const {
          std::abs(date->secondsSinceReferenceDate - seconds) < kDateTolerance;
 }
 
-std::vector<FolderEntry> Search::entriesOf(const std::string& folder) {
+std::vector<FolderEntry> BookmarkSearch::entriesOf(const std::string& folder) {
   if (foldersRead_ == kMostFoldersRead) return {};
   ++foldersRead_;
   return files_.list(folder).valueOr({});
@@ -204,7 +204,7 @@ std::optional<std::string> findBookmarkTarget(const BookmarkData& bookmark, bool
   const auto components = bookmark.pathComponents();
   std::string recordedPath;
   if (components) {
-    Search search(bookmark, *components);
+    BookmarkSearch search(bookmark, *components);
     recordedPath = search.recordedPath();
     if (auto path = search.find()) {
       if (isStale != nullptr) *isStale = *path != recordedPath || search.isOnAnotherVolume(*path);

@@ -22,7 +22,7 @@ using Languages = std::vector<std::string>;
 
 constexpr std::string_view kSystemTables = "/System/Library/CoreServices/SystemFolderLocalizations";
 constexpr std::string_view kSystemTableName = "SystemFolderLocalizations";
-constexpr std::string_view kLocalizationExtension = ".lproj";
+constexpr std::string_view kLocalizationSuffix = ".lproj";
 constexpr std::string_view kTableExtension = ".strings";
 // Also the mark of a folder that has a localized name: a file or folder of this name in it.
 constexpr std::string_view kLocalizedMark = ".localized";
@@ -55,7 +55,7 @@ Languages stemsInFolder(const std::string& folder, std::string_view extension) {
 // The tables of standard folder names, one for each localization that was asked for.
 class SystemTables {
  public:
-  SystemTables() : names_(stemsInFolder(std::string(kSystemTables), kLocalizationExtension)) {
+  SystemTables() : names_(stemsInFolder(std::string(kSystemTables), kLocalizationSuffix)) {
     isOurs_ = names_.empty();
     if (isOurs_) names_ = NSBundle::mainBundle()->localizations();
   }
@@ -78,7 +78,7 @@ class SystemTables {
 
   Dictionary read(const std::string& localization) const {
     const std::string inFolder =
-        localization + std::string(kLocalizationExtension) + "/" + std::string(kSystemTableName);
+        localization + std::string(kLocalizationSuffix) + "/" + std::string(kSystemTableName);
     if (!isOurs_) {
       return tableAtPath(pathByAppendingComponent(kSystemTables, inFolder + std::string(kTableExtension)));
     }
@@ -128,8 +128,8 @@ std::optional<std::string> nameOfApplication(const std::string& path, const std:
   if (own && !isSameFileName(*own, stem, true)) return std::nullopt;
   for (const std::string& localization :
        NSBundle::preferredLocalizationsFromArray(bundle->localizations(), languages)) {
-    const auto bytes = bundle->contentsOfResource(
-        localization + std::string(kLocalizationExtension) + "/InfoPlist", "strings");
+    const auto bytes =
+        bundle->contentsOfResource(localization + std::string(kLocalizationSuffix) + "/InfoPlist", "strings");
     const Dictionary table = bytes ? stringsTableWithData(*bytes).valueOr(Dictionary()) : Dictionary();
     if (const auto text = table.string("CFBundleDisplayName")) return std::string(*text);
   }

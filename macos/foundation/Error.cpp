@@ -5,6 +5,7 @@
 #include <system_error>
 
 #include "macos/foundation/Path.h"
+#include "macos/foundation/StringFormat.h"
 #include "macos/foundation/Text.h"
 
 namespace macos {
@@ -17,8 +18,6 @@ std::string pathOfStatus(const Status& status) {
   const std::size_t end = message.rfind(": ");
   return end != std::string::npos && message.starts_with('/') ? message.substr(0, end) : "";
 }
-
-std::string quoted(std::string_view name) { return "“" + validUTF8(name) + "”"; }
 
 NSError makeError(int code, const Status& status, std::string_view path) {
   NSError error;
@@ -34,7 +33,7 @@ NSError makeError(int code, const Status& status, std::string_view path) {
 }
 
 std::string textForReading(int code, const std::string& name) {
-  const std::string file = "The file " + quoted(name) + " couldn’t be opened";
+  const std::string file = "The file " + quotedName(name) + " couldn’t be opened";
   switch (code) {
     case NSFileReadNoSuchFileError:
       return file + " because there is no such file.";
@@ -50,25 +49,26 @@ std::string textForReading(int code, const std::string& name) {
 }
 
 std::string textForWriting(int code, const std::string& name, const std::string& folder) {
-  const std::string file = "The file " + quoted(name) + " couldn’t be saved";
+  const std::string file = "The file " + quotedName(name) + " couldn’t be saved";
   switch (code) {
     case NSFileNoSuchFileError:
-      return "The folder " + quoted(name) + " doesn’t exist.";
+      return "The folder " + quotedName(name) + " doesn’t exist.";
     case NSFileWriteNoPermissionError:
-      return "You don’t have permission to save the file " + quoted(name) + " in the folder " +
-             quoted(folder) + ".";
+      return "You don’t have permission to save the file " + quotedName(name) + " in the folder " +
+             quotedName(folder) + ".";
     case NSFileWriteInvalidFileNameError:
       return file + " because the file name is invalid.";
     case NSFileWriteFileExistsError:
-      return file + " in the folder " + quoted(folder) + " because a file with the same name already exists.";
+      return file + " in the folder " + quotedName(folder) +
+             " because a file with the same name already exists.";
     case NSFileWriteUnsupportedSchemeError:
       return file + " because the specified URL type isn’t supported.";
     case NSFileWriteOutOfSpaceError:
-      return "You can’t save the file " + quoted(name) + " because the volume is out of space.";
+      return "You can’t save the file " + quotedName(name) + " because the volume is out of space.";
     case NSFileWriteVolumeReadOnlyError:
-      return "You can’t save the file " + quoted(name) + " because the volume is read only.";
+      return "You can’t save the file " + quotedName(name) + " because the volume is read only.";
     default:
-      return file + " in the folder " + quoted(folder) + ".";
+      return file + " in the folder " + quotedName(folder) + ".";
   }
 }
 

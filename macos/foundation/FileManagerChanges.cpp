@@ -8,6 +8,7 @@
 #include "macos/foundation/FileMetadata.h"
 #include "macos/foundation/ItemCopying.h"
 #include "macos/foundation/Path.h"
+#include "macos/foundation/StringFormat.h"
 #include "macos/foundation/Text.h"
 #include "macos/host/Host.h"
 
@@ -15,38 +16,36 @@ namespace macos {
 
 namespace {
 
-constexpr std::uint32_t kFolderMode = 0777;
-
-std::string quoted(std::string_view name) { return "“" + validUTF8(name) + "”"; }
+constexpr std::uint32_t kNewFolderMode = 0777;
 
 // The error of an operation that has a source and a destination; verb is "moved" or "copied".
 NSError errorOf(std::string_view verb, const Status& status, const std::string& from, const std::string& to) {
   NSError error = cocoaErrorForWriting(status, from);
   const std::string folder = lastPathComponent(pathByDeletingLastPathComponent(to));
-  const std::string couldNot = quoted(lastPathComponent(from)) + " couldn’t be " + std::string(verb);
+  const std::string couldNot = quotedName(lastPathComponent(from)) + " couldn’t be " + std::string(verb);
   switch (error.code) {
     case NSFileWriteFileExistsError:
       error.localizedDescription =
-          couldNot + " to " + quoted(folder) + " because an item with the same name already exists.";
+          couldNot + " to " + quotedName(folder) + " because an item with the same name already exists.";
       break;
     case NSFileNoSuchFileError:
       error.localizedDescription =
-          couldNot + " to " + quoted(folder) +
+          couldNot + " to " + quotedName(folder) +
           " because either the former doesn’t exist, or the folder containing the latter doesn’t exist.";
       break;
     case NSFileWriteNoPermissionError:
       error.localizedDescription =
-          couldNot + " because you don’t have permission to access " + quoted(folder) + ".";
+          couldNot + " because you don’t have permission to access " + quotedName(folder) + ".";
       break;
     default:
-      error.localizedDescription = couldNot + " to " + quoted(folder) + ".";
+      error.localizedDescription = couldNot + " to " + quotedName(folder) + ".";
   }
   return error;
 }
 
 NSError removalError(const Status& status, const std::string& path) {
   NSError error = cocoaErrorForWriting(status, path);
-  error.localizedDescription = quoted(lastPathComponent(path)) + " couldn’t be removed";
+  error.localizedDescription = quotedName(lastPathComponent(path)) + " couldn’t be removed";
   if (error.code == NSFileWriteNoPermissionError) {
     error.localizedDescription += " because you don’t have permission to access it";
   }
@@ -57,7 +56,7 @@ NSError removalError(const Status& status, const std::string& path) {
 NSError unsupportedScheme(const NSURL& url) {
   NSError error;
   error.code = NSFileWriteUnsupportedSchemeError;
-  error.localizedDescription = "The file " + quoted(url.lastPathComponent()) +
+  error.localizedDescription = "The file " + quotedName(url.lastPathComponent()) +
                                " couldn’t be saved because the specified URL type isn’t supported.";
   return error;
 }
@@ -74,12 +73,12 @@ bool isFolder(FileSystem& files, const std::string& path) {
 }
 
 Status makeFolders(FileSystem& files, const std::string& path) {
-  Status status = files.makeFolder(path, kFolderMode);
+  Status status = files.makeFolder(path, kNewFolderMode);
   if (status.isNotFound()) {
     const std::string parent = pathByDeletingLastPathComponent(path);
     if (parent == path) return status;
     if (Status made = makeFolders(files, parent); !made.ok()) return made;
-    status = files.makeFolder(path, kFolderMode);
+    status = files.makeFolder(path, kNewFolderMode);
   }
   // Somebody may have made it in between.
   if (status.code() == ErrorCode::AlreadyExists && isFolder(files, path)) return {};
@@ -115,7 +114,7 @@ std::optional<NSError> NSFileManager::createDirectoryAtURL(const NSURL& url,
   if (path.empty()) return unsupportedScheme(url);
   FileSystem& files = Host::current().files();
   const Status status =
-      withIntermediateDirectories ? makeFolders(files, path) : files.makeFolder(path, kFolderMode);
+      withIntermediateDirectories ? makeFolders(files, path) : files.makeFolder(path, kNewFolderMode);
   if (status.ok()) return std::nullopt;
   return cocoaErrorForWriting(status, path);
 }

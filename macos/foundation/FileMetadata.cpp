@@ -23,13 +23,11 @@ constexpr std::uint64_t kLargestFork = std::uint64_t{16} * 1024 * 1024;
 constexpr std::uint32_t kNewPartnerMode = 0644;
 constexpr std::size_t kBookmarkStart = 16;
 
-FileSystem& files() { return Host::current().files(); }
-
 // NotFound when the item has none.
 Result<AppleDouble> readPartner(std::string_view path) {
   const std::string partner = partnerPath(path);
   if (partner.empty()) return Status(ErrorCode::NotFound, path, "has no partner");
-  const auto bytes = files().read(partner, kLargestFork);
+  const auto bytes = Host::current().files().read(partner, kLargestFork);
   if (!bytes) return bytes.status();
   return AppleDouble::decode(*bytes);
 }
@@ -37,7 +35,7 @@ Result<AppleDouble> readPartner(std::string_view path) {
 std::optional<std::string> firstAttribute(std::string_view path, const std::string_view (&names)[2],
                                           std::string_view* foundName = nullptr) {
   for (const std::string_view name : names) {
-    auto value = files().attribute(path, name);
+    auto value = Host::current().files().attribute(path, name);
     if (!value) continue;
     if (foundName != nullptr) *foundName = name;
     return value;
@@ -59,7 +57,7 @@ Status changePartner(std::string_view path, Change change) {
   if (!bytes) return bytes.status();
   const std::string place = partnerPath(path);
   if (place.empty()) return Status(ErrorCode::InvalidArgument, path, "has no partner");
-  return files().replace(place, *bytes, kNewPartnerMode);
+  return Host::current().files().replace(place, *bytes, kNewPartnerMode);
 }
 
 }  // namespace
@@ -82,7 +80,8 @@ FinderInfo finderInfoAtPath(std::string_view path) {
 
 std::string resourceForkAtPath(std::string_view path) {
   if (auto value = firstAttribute(path, kResourceForkAttributes)) return std::move(*value);
-  if (auto fork = files().read(std::string(path) + std::string(kResourceForkPseudoFile), kLargestFork);
+  if (auto fork = Host::current().files().read(std::string(path) + std::string(kResourceForkPseudoFile),
+                                               kLargestFork);
       fork && !fork->empty()) {
     return std::move(*fork);
   }
@@ -93,28 +92,28 @@ std::string resourceForkAtPath(std::string_view path) {
 Status setFinderInfo(std::string_view path, const FinderInfo& info) {
   std::string_view attribute;
   if (firstAttribute(path, kFinderInfoAttributes, &attribute)) {
-    return files().setAttribute(path, attribute, info.encode());
+    return Host::current().files().setAttribute(path, attribute, info.encode());
   }
   Status status = changePartner(path, [&](AppleDouble& partner) { partner.finderInfo = info; });
   if (!isNameTooLong(status)) return status;
-  return files().setAttribute(path, kFinderInfoAttributes[0], info.encode());
+  return Host::current().files().setAttribute(path, kFinderInfoAttributes[0], info.encode());
 }
 
 Status setResourceFork(std::string_view path, std::string_view fork) {
   std::string_view attribute;
   if (firstAttribute(path, kResourceForkAttributes, &attribute)) {
-    return files().setAttribute(path, attribute, fork);
+    return Host::current().files().setAttribute(path, attribute, fork);
   }
   Status status = changePartner(path, [&](AppleDouble& partner) { partner.resourceFork = fork; });
   if (!isNameTooLong(status)) return status;
-  return files().setAttribute(path, kResourceForkAttributes[0], fork);
+  return Host::current().files().setAttribute(path, kResourceForkAttributes[0], fork);
 }
 
 bool isAliasFile(std::string_view path, const FileInfo& item) {
   if (item.kind != FileKind::File) return false;
   if (finderInfoAtPath(path).isAlias()) return true;
   if (item.size < kBookmarkStart) return false;
-  const auto start = files().readStart(path, kBookmarkStart);
+  const auto start = Host::current().files().readStart(path, kBookmarkStart);
   return start && isBookmarkFileStart(*start);
 }
 

@@ -15,7 +15,7 @@ constexpr std::size_t kMaximumKeys = 48;
 constexpr std::size_t kMaximumShapes = 4096;
 constexpr std::size_t kTableSize = 2 * kMaximumShapes;
 // A file made so that its keys collide is read loosely, not slowly.
-constexpr std::size_t kMaximumProbes = 16;
+constexpr std::size_t kMostProbes = 16;
 
 // The places of the keys in sorted order. Equal keys stay in the file's order.
 template <typename Position, typename KeyAt>
@@ -65,7 +65,7 @@ KeyShapes::Shape KeyShapes::find(Shape shape, std::uint64_t identity, IsSame isS
   if (from.likelyNext != kNone && matches(from.likelyNext)) return from.likelyNext;
   if (table_.empty()) return kNone;
   std::size_t slot = slotOf(shape, identity);
-  for (std::size_t probe = 0; probe < kMaximumProbes && table_[slot] != kNone; ++probe) {
+  for (std::size_t probe = 0; probe < kMostProbes && table_[slot] != kNone; ++probe) {
     if (matches(table_[slot])) return from.likelyNext = table_[slot];
     slot = (slot + 1) % kTableSize;
   }
@@ -89,7 +89,7 @@ KeyShapes::Shape KeyShapes::add(Shape shape, std::uint64_t identity, Value key) 
   if (table_.empty()) table_.assign(kTableSize, kNone);
   std::size_t slot = slotOf(shape, identity);
   for (std::size_t probe = 0; table_[slot] != kNone; ++probe) {
-    if (probe + 1 >= kMaximumProbes) return kNone;
+    if (probe + 1 >= kMostProbes) return kNone;
     slot = (slot + 1) % kTableSize;
   }
   Node node;

@@ -3,19 +3,16 @@
 
 #include <algorithm>
 
+#include "macos/foundation/ASCII.h"
 #include "macos/foundation/Preferences.h"
 #include "macos/foundation/Text.h"
 
 namespace macos {
 
-namespace {
-
-bool isLetter(char c) { return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z'); }
-
-}  // namespace
+namespace {}  // namespace
 
 std::string NSLocale::languageCode() const {
-  const auto end = std::find_if_not(identifier_.begin(), identifier_.end(), isLetter);
+  const auto end = std::find_if_not(identifier_.begin(), identifier_.end(), isASCIILetter);
   return lowercaseASCII(
       std::string_view(identifier_.data(), static_cast<std::size_t>(end - identifier_.begin())));
 }

@@ -22,7 +22,7 @@ std::string joined(const std::string& folder, std::string_view name) {
   return path;
 }
 
-std::vector<std::string> componentsOf(std::string_view path) {
+std::vector<std::string> partsOf(std::string_view path) {
   std::vector<std::string> components = pathComponents(path);
   std::erase(components, "/");
   return components;
@@ -54,7 +54,7 @@ std::optional<std::string> otherSpelling(FileSystem& files, const std::string& f
 
 // The path's other spelling, when the exact one is known not to be there.
 std::string spelledOnDisk(FileSystem& files, const std::string& path) {
-  const std::vector<std::string> components = componentsOf(path);
+  const std::vector<std::string> components = partsOf(path);
   std::vector<std::string> folders(1, "/");
   for (const std::string& component : components) folders.push_back(joined(folders.back(), component));
 
@@ -119,7 +119,7 @@ std::string withoutPrivatePrefix(std::string path) {
 // not there, or that is a link too many, stands as it is; ".." in it leaves what stands before it.
 std::string resolvedByComponents(FileSystem& files, std::string_view path) {
   std::deque<std::string> rest;
-  for (std::string& component : componentsOf(path)) rest.push_back(std::move(component));
+  for (std::string& component : partsOf(path)) rest.push_back(std::move(component));
   std::string resolved = "/";
   int links = 0;
   bool isThere = true;
@@ -139,7 +139,7 @@ std::string resolvedByComponents(FileSystem& files, std::string_view path) {
       if (info.ok() && info->kind == FileKind::Link) {
         const auto target = files.readLink(next);
         if (target.ok() && ++links <= kMaximumLinks) {
-          const std::vector<std::string> components = componentsOf(*target);
+          const std::vector<std::string> components = partsOf(*target);
           rest.insert(rest.begin(), components.begin(), components.end());
           if (target->starts_with('/')) resolved = "/";
           continue;
@@ -161,14 +161,14 @@ std::string resolvedLinks(std::string_view path) {
 // Doubled slashes, "." and the slash at the end removed.
 std::string tidied(std::string_view path) {
   std::string result = path.starts_with('/') ? "/" : "";
-  for (const std::string& component : componentsOf(path)) {
+  for (const std::string& component : partsOf(path)) {
     if (component != ".") result = result.empty() ? component : joined(result, component);
   }
   return result;
 }
 
 bool hasParentReference(std::string_view path) {
-  const std::vector<std::string> components = componentsOf(path);
+  const std::vector<std::string> components = partsOf(path);
   return std::find(components.begin(), components.end(), "..") != components.end();
 }
 

@@ -20,7 +20,7 @@ namespace {
 
 constexpr std::string_view kMagic = "bplist0";
 constexpr std::size_t kHeaderSize = 8;
-constexpr std::size_t kTrailerSize = 32;
+constexpr std::size_t kBinaryTrailerSize = 32;
 
 // What an object stands for when every shared reference in it is written out.
 struct Expansion {
@@ -150,8 +150,9 @@ Result<Value> BinaryReader::read() {
 
 bool BinaryReader::readTrailer(std::uint64_t& topObject) {
   if (size_ > kPropertyListMaximumSize) return fail(0, "too large");
-  if (size_ < kHeaderSize + 1 + kTrailerSize) return fail(size_, "too short for a header and a trailer");
-  const std::size_t trailer = size_ - kTrailerSize;
+  if (size_ < kHeaderSize + 1 + kBinaryTrailerSize)
+    return fail(size_, "too short for a header and a trailer");
+  const std::size_t trailer = size_ - kBinaryTrailerSize;
   offsets_.width = bytes_[trailer + 6];
   referenceWidth_ = bytes_[trailer + 7];
   const std::uint64_t count = loadBigEndian64(bytes_ + trailer + 8);

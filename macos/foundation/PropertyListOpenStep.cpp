@@ -6,6 +6,7 @@
 #include <utility>
 #include <vector>
 
+#include "macos/foundation/ASCII.h"
 #include "macos/foundation/KeyShapes.h"
 #include "macos/foundation/PropertyListCodecs.h"
 #include "macos/foundation/Text.h"
@@ -31,18 +32,15 @@ constexpr std::array<char16_t, 128> kNextStepLatin = {
 constexpr std::string_view kLineSeparator = "\xE2\x80\xA8";       // U+2028
 constexpr std::string_view kParagraphSeparator = "\xE2\x80\xA9";  // U+2029
 
-bool isHexDigit(char c) { return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F'); }
+bool isHexDigit(char c) { return hexDigitValue(c) >= 0; }
 
-unsigned hexValue(char c) {
-  if (c <= '9') return static_cast<unsigned>(c - '0');
-  return static_cast<unsigned>((c | 0x20) - 'a' + 10);
-}
+unsigned hexValue(char c) { return static_cast<unsigned>(hexDigitValue(c)); }
 
 bool isOctalDigit(char c) { return c >= '0' && c <= '7'; }
 
 bool isUnquoted(char c) {
-  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_' || c == '$' ||
-         c == '/' || c == ':' || c == '.' || c == '-';
+  return isASCIILetter(c) || isASCIIDigit(c) || c == '_' || c == '$' || c == '/' || c == ':' || c == '.' ||
+         c == '-';
 }
 
 // Text made of pieces of UTF-8 and of single UTF-16 units, two of which may make one character.

@@ -11,6 +11,7 @@
 #include <limits>
 #include <vector>
 
+#include "macos/foundation/ASCII.h"
 #include "macos/foundation/KeyShapes.h"
 #include "macos/foundation/PropertyListCodecs.h"
 #include "macos/foundation/Text.h"
@@ -59,7 +60,6 @@ Element elementWithName(std::string_view name) {
 }
 
 bool isSpace(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; }
-bool isDigit(char c) { return c >= '0' && c <= '9'; }
 
 // The six bits of a base64 character; negative for what is none.
 constexpr std::array<std::int8_t, 256> kBase64Bits = [] {
@@ -518,7 +518,7 @@ bool isTooSmall(std::string_view text) {
 bool parseReal(std::string_view text, double& number) {
   const bool isNegative = text.starts_with('-');
   if (isNegative || text.starts_with('+')) text.remove_prefix(1);
-  if (text.empty() || !(isDigit(text[0]) || text[0] == '.')) return false;
+  if (text.empty() || !(isASCIIDigit(text[0]) || text[0] == '.')) return false;
   const auto parsed = std::from_chars(text.data(), text.data() + text.size(), number);
   if (parsed.ptr != text.data() + text.size()) return false;
   if (parsed.ec == std::errc::result_out_of_range) {
@@ -558,7 +558,7 @@ bool XMLReader::readReal(Value& value) {
 bool XMLReader::readDigits(std::size_t count, int& number) {
   number = 0;
   for (std::size_t i = 0; i < count; ++i) {
-    if (at_ == end_ || !isDigit(*at_)) return false;
+    if (at_ == end_ || !isASCIIDigit(*at_)) return false;
     number = number * 10 + (*at_++ - '0');
   }
   return true;

@@ -20,14 +20,14 @@ namespace macos {
 
 namespace {
 
-constexpr UnixNanoseconds kNanosecondsPerSecond = 1'000'000'000;
+constexpr UnixNanoseconds kSecond = 1'000'000'000;
 // Far enough for any wait, near enough that sums of two stay in range.
 constexpr UnixNanoseconds kDistant = std::numeric_limits<UnixNanoseconds>::max() / 4;
 // How long the loop waits at most when it has no descriptor through which it could be woken.
-constexpr UnixNanoseconds kUnwakeableWait = kNanosecondsPerSecond / 50;
+constexpr UnixNanoseconds kUnwakeableWait = kSecond / 50;
 
 UnixNanoseconds nanoseconds(double seconds) {
-  const double value = seconds * static_cast<double>(kNanosecondsPerSecond);
+  const double value = seconds * static_cast<double>(kSecond);
   if (std::isnan(value) || value >= static_cast<double>(kDistant)) return kDistant;
   if (value <= -static_cast<double>(kDistant)) return -kDistant;
   return static_cast<UnixNanoseconds>(std::llround(value));
@@ -47,14 +47,14 @@ UnixNanoseconds monotonicTime(NSDate date) {
   return clock.monotonic() + std::clamp<UnixNanoseconds>(unixTime(date) - clock.now(), 0, kDistant);
 }
 
-class Descriptor {
+class EventDescriptor {
  public:
-  explicit Descriptor(int number) : number_(number) {}
-  ~Descriptor() {
+  explicit EventDescriptor(int number) : number_(number) {}
+  ~EventDescriptor() {
     if (number_ >= 0) close(number_);
   }
-  Descriptor(const Descriptor&) = delete;
-  Descriptor& operator=(const Descriptor&) = delete;
+  EventDescriptor(const EventDescriptor&) = delete;
+  EventDescriptor& operator=(const EventDescriptor&) = delete;
 
   int number() const { return number_; }
   bool isOpen() const { return number_ >= 0; }
@@ -73,7 +73,7 @@ class Descriptor {
 int openClockChangeDescriptor() {
   const int descriptor = timerfd_create(CLOCK_REALTIME, TFD_CLOEXEC | TFD_NONBLOCK);
   itimerspec never{};
-  never.it_value.tv_sec = kDistant / kNanosecondsPerSecond;
+  never.it_value.tv_sec = kDistant / kSecond;
   if (descriptor >= 0) {
     timerfd_settime(descriptor, TFD_TIMER_ABSTIME | TFD_TIMER_CANCEL_ON_SET, &never, nullptr);
   }
@@ -107,8 +107,8 @@ using IdleObserver = Entry;
 }  // namespace
 
 struct NSRunLoop::State {
-  const Descriptor wake{eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)};
-  const Descriptor clockChange{openClockChangeDescriptor()};
+  const EventDescriptor wake{eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)};
+  const EventDescriptor clockChange{openClockChangeDescriptor()};
   std::mutex mutex;
   std::deque<std::function<void()>> blocks;
   std::vector<std::shared_ptr<Timer>> timers;

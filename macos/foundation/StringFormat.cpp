@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "macos/foundation/StringFormat.h"
 
+#include "macos/foundation/Text.h"
+
 namespace macos {
 
 namespace {
@@ -33,5 +35,7 @@ std::string stringWithFormat(std::string_view format, std::initializer_list<Form
   }
   return text;
 }
+
+std::string quotedName(std::string_view name) { return "“" + validUTF8(name) + "”"; }
 
 }  // namespace macos

@@ -20,6 +20,9 @@ struct FormatArgument {
 // "%1$@", to change the order. "%%" is a percent sign. Any other text stays as it is.
 std::string stringWithFormat(std::string_view format, std::initializer_list<FormatArgument> arguments);
 
+// In the quotation marks in which the system's English texts put names.
+std::string quotedName(std::string_view name);
+
 }  // namespace macos
 
 #endif  // MACOS_FOUNDATION_STRINGFORMAT_H

@@ -5,6 +5,8 @@
 #include <array>
 #include <cstring>
 
+#include "macos/foundation/ASCII.h"
+
 namespace macos {
 
 namespace {
@@ -28,14 +30,12 @@ std::size_t asciiRun(std::string_view bytes, std::size_t index) {
   return index - start;
 }
 
-bool isSpace(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
+bool isASCIISpace(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
 
 std::string_view withoutLeadingSpace(std::string_view text) {
-  while (!text.empty() && isSpace(text.front())) text.remove_prefix(1);
+  while (!text.empty() && isASCIISpace(text.front())) text.remove_prefix(1);
   return text;
 }
-
-bool isDigit(char c) { return c >= '0' && c <= '9'; }
 
 }  // namespace
 
@@ -190,7 +190,7 @@ std::int64_t integerValue(std::string_view text) {
   }
   // Counted downwards, since the lowest number has no positive twin.
   std::int64_t value = 0;
-  for (; !text.empty() && isDigit(text.front()); text.remove_prefix(1)) {
+  for (; !text.empty() && isASCIIDigit(text.front()); text.remove_prefix(1)) {
     const int digit = text.front() - '0';
     if (value < (INT64_MIN + digit) / 10) return negative ? INT64_MIN : INT64_MAX;
     value = value * 10 - digit;

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <vector>
 
+#include "macos/foundation/ASCII.h"
 #include "macos/foundation/Text.h"
 #include "macos/foundation/URL.h"
 
@@ -11,23 +12,13 @@ namespace macos {
 
 namespace {
 
-bool isLetter(char c) { return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z'); }
-bool isDigit(char c) { return c >= '0' && c <= '9'; }
-bool isLetterOrDigit(char c) { return isLetter(c) || isDigit(c); }
+bool isLetterOrDigit(char c) { return isASCIILetter(c) || isASCIIDigit(c); }
 
 bool isOneOf(char c, std::string_view set) { return set.find(c) != std::string_view::npos; }
 
-// -1 when the character is no hexadecimal digit.
-int hexValue(char c) {
-  if (isDigit(c)) return c - '0';
-  if (c >= 'A' && c <= 'F') return c - 'A' + 10;
-  if (c >= 'a' && c <= 'f') return c - 'a' + 10;
-  return -1;
-}
-
 bool isEscape(std::string_view text, std::size_t index) {
-  return text[index] == '%' && index + 2 < text.size() && hexValue(text[index + 1]) >= 0 &&
-         hexValue(text[index + 2]) >= 0;
+  return text[index] == '%' && index + 2 < text.size() && hexDigitValue(text[index + 1]) >= 0 &&
+         hexDigitValue(text[index + 2]) >= 0;
 }
 
 void appendEscaped(std::string& text, char byte) {
@@ -46,7 +37,7 @@ bool isLegalInURL(char c) { return isLetterOrDigit(c) || isOneOf(c, "!$&'()*+,-.
 
 std::optional<std::string_view> schemeOf(std::string_view text) {
   const std::size_t colon = text.find(':');
-  if (colon == std::string_view::npos || colon == 0 || !isLetter(text.front())) return std::nullopt;
+  if (colon == std::string_view::npos || colon == 0 || !isASCIILetter(text.front())) return std::nullopt;
   const std::string_view scheme = text.substr(0, colon);
   if (!std::all_of(scheme.begin(), scheme.end(),
                    [](char c) { return isLetterOrDigit(c) || isOneOf(c, "+-."); })) {
@@ -237,7 +228,7 @@ std::string bytesByRemovingPercentEscapes(std::string_view text) {
   bytes.reserve(text.size());
   for (std::size_t i = 0; i < text.size(); ++i) {
     if (isEscape(text, i)) {
-      bytes.push_back(static_cast<char>(hexValue(text[i + 1]) * 16 + hexValue(text[i + 2])));
+      bytes.push_back(static_cast<char>(hexDigitValue(text[i + 1]) * 16 + hexDigitValue(text[i + 2])));
       i += 2;
     } else {
       bytes.push_back(text[i]);

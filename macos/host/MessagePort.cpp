@@ -22,16 +22,16 @@ namespace {
 constexpr std::string_view kContext = "message port";
 constexpr UnixNanoseconds kMillisecond = 1'000'000;
 
-struct Address {
+struct PortAddress {
   sockaddr_un name{};
   socklen_t length = 0;
 };
 
 // A name without a file: it goes with the process, however that ends, and needs no folder that somebody
 // else could have put in its place.
-Address addressOf(pid_t processID) {
+PortAddress addressOf(pid_t processID) {
   const std::string text = "macos-message-port/" + std::to_string(processID);
-  Address address;
+  PortAddress address;
   address.name.sun_family = AF_UNIX;
   std::memcpy(address.name.sun_path + 1, text.data(), text.size());
   address.length = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + 1 + text.size());
@@ -87,7 +87,7 @@ std::uint32_t lengthOf(std::string_view prefix) {
 Result<MessageConnection> MessageConnection::connect(pid_t processID, UnixNanoseconds deadline) {
   auto socket = makeSocket();
   if (!socket) return socket.status();
-  const Address address = addressOf(processID);
+  const PortAddress address = addressOf(processID);
   const auto* name = reinterpret_cast<const sockaddr*>(&address.name);
   while (::connect(socket->get(), name, address.length) != 0) {
     if (errno == EINTR) continue;
@@ -157,7 +157,7 @@ Result<std::string> MessageConnection::receive(UnixNanoseconds deadline) {
 Result<MessagePort> MessagePort::open() {
   auto socket = makeSocket();
   if (!socket) return socket.status();
-  const Address address = addressOf(::getpid());
+  const PortAddress address = addressOf(::getpid());
   if (::bind(socket->get(), reinterpret_cast<const sockaddr*>(&address.name), address.length) != 0) {
     if (errno == EADDRINUSE) return Status(ErrorCode::AlreadyExists, kContext, "the port is open");
     return Status::fromErrno(kContext, errno);

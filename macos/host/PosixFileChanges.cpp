@@ -106,10 +106,10 @@ void giveNameToOwnerOfFolder(int folder, const char* name) {
 }
 
 timespec timespecFrom(UnixNanoseconds time) {
-  constexpr UnixNanoseconds kSecond = 1'000'000'000;
-  UnixNanoseconds seconds = time / kSecond;
-  if (time % kSecond < 0) --seconds;
-  return {static_cast<time_t>(seconds), static_cast<long>(time - seconds * kSecond)};
+  constexpr UnixNanoseconds kNanosecondsPerSecond = 1'000'000'000;
+  UnixNanoseconds seconds = time / kNanosecondsPerSecond;
+  if (time % kNanosecondsPerSecond < 0) --seconds;
+  return {static_cast<time_t>(seconds), static_cast<long>(time - seconds * kNanosecondsPerSecond)};
 }
 
 int copyInPieces(int from, int to) {
@@ -286,10 +286,10 @@ class PosixFileSystem::Replacement {
 
  private:
   void write(PosixFileSystem& files, std::string_view content, mode_t mode, const struct stat* old) {
-    constexpr int kAttempts = 8;
+    constexpr int kNeighbourNames = 8;
     const int folder = there_.folder.get();
     const mode_t permissions = (old != nullptr ? old->st_mode : mode) & 07777;
-    for (int attempt = 0; attempt < kAttempts; ++attempt) {
+    for (int attempt = 0; attempt < kNeighbourNames; ++attempt) {
       name_ = files.neighbourName(there_.name);
       neighbour_.emplace(folder, name_, permissions);
       if (neighbour_->error() != EEXIST) break;

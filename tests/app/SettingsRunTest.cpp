@@ -19,7 +19,7 @@ constexpr std::string_view kAllKeys =
     "showItemsInPackages";
 
 // What a home without version 4 settings ends with.
-constexpr std::string_view kDefaults =
+constexpr std::string_view kBuiltInDefaults =
     "openInTerminal=bool:False openInTerminalModifiers=int:1048576 switchToFinder=bool:True "
     "hotkeysInFinderOnly=bool:True hotkeysOutsideFileDialogs=bool:True menusShowIcons=bool:True "
     "menusHierarchical=bool:True menusShowParents=bool:False menusShowPreviews=bool:True "
@@ -36,14 +36,14 @@ std::string integerEntry(std::string_view key, std::int64_t value) {
 TEST_F(SettingsRun, WithNoLegacyPreferencesAtAllEveryKeyHasTheValueOfAnAbsentOne) {
   const Outcome outcome = run();
   EXPECT_EQ(outcome.exitStatus, 0) << outcome.log;
-  EXPECT_EQ(settings(kAllKeys), kDefaults);
+  EXPECT_EQ(settings(kAllKeys), kBuiltInDefaults);
   EXPECT_EQ(namesIn(preferences()), std::vector<std::string>{"com.quorvale.Vennick5.plist"});
 }
 
 TEST_F(SettingsRun, WithAnEmptySettingsDictionaryEveryRowYieldsItsDefault) {
   writeSettings("");
   EXPECT_EQ(run().exitStatus, 0);
-  EXPECT_EQ(settings(kAllKeys), kDefaults);
+  EXPECT_EQ(settings(kAllKeys), kBuiltInDefaults);
 }
 
 // Every row, with values that are not the default's.

@@ -27,8 +27,8 @@ namespace vennick {
 namespace {
 
 constexpr const char* kTarget = "/Users/anna/Documents/target";
-constexpr const char* kOther = "/Users/anna/Documents/other";
-constexpr const char* kFolder = "/Users/anna/Desktop";
+constexpr const char* kOtherDocument = "/Users/anna/Documents/other";
+constexpr const char* kDesktop = "/Users/anna/Desktop";
 constexpr OSType kFinder = fourCharCode("MACS");
 using Names = std::vector<std::string>;
 
@@ -44,15 +44,15 @@ class AliasFiles : public testing::Test {
  protected:
   AliasFiles() {
     host_.root().writeFile(kTarget, "target");
-    host_.root().writeFile(kOther, "other");
-    host_.root().makeFolder(kFolder);
+    host_.root().writeFile(kOtherDocument, "other");
+    host_.root().makeFolder(kDesktop);
   }
 
-  static std::string at(std::string_view name) { return std::string(kFolder) + "/" + std::string(name); }
+  static std::string at(std::string_view name) { return std::string(kDesktop) + "/" + std::string(name); }
 
   static OSErr create(std::string_view name, AliasHandle alias,
                       std::optional<std::string_view> extension = std::nullopt) {
-    return CreateAliasFileNamed(refTo(kFolder), name, alias, 0, kFinder, extension);
+    return CreateAliasFileNamed(refTo(kDesktop), name, alias, 0, kFinder, extension);
   }
   static OSErr create(std::string_view name, std::optional<std::string_view> extension = std::nullopt) {
     return create(name, aliasTo(kTarget), extension);
@@ -60,7 +60,7 @@ class AliasFiles : public testing::Test {
 
   // The names that are in the folder and are no partner's.
   Names names() {
-    Names names = host_.root().names(kFolder);
+    Names names = host_.root().names(kDesktop);
     std::erase_if(names, [](const std::string& name) { return name.starts_with("._"); });
     return names;
   }
@@ -140,7 +140,7 @@ TEST_F(AliasFiles, AliasTypeAndCreatorOfItemsWithoutThem) {
   host_.root().makeFolder(at("Notes.rtfd"));
   host_.root().makeFolder("/Volumes/Disk");
   host_.volumes().change("/Volumes/Disk", [](macos::VolumeInfo&) {});
-  host_.root().makeLink(at("link"), kFolder);
+  host_.root().makeLink(at("link"), kDesktop);
   struct Row {
     std::string path;
     OSType type;
@@ -150,7 +150,7 @@ TEST_F(AliasFiles, AliasTypeAndCreatorOfItemsWithoutThem) {
        {Row{"/Applications/Tool.app", fourCharCode("fapa"), kFinder},
         Row{at("Notes.rtfd"), fourCharCode("fpka"), kFinder},
         Row{"/Volumes/Disk", fourCharCode("hdsk"), kFinder}, Row{"/", fourCharCode("hdsk"), kFinder},
-        Row{kFolder, fourCharCode("fdrp"), kFinder}, Row{kTarget, 0, 0}, Row{at("link"), 0, 0}}) {
+        Row{kDesktop, fourCharCode("fdrp"), kFinder}, Row{kTarget, 0, 0}, Row{at("link"), 0, 0}}) {
     const Shown shown = shownFor(refTo(row.path));
     EXPECT_EQ(shown.code, 0) << row.path;
     EXPECT_EQ(macos::bytesOfFourCharCode(shown.type), macos::bytesOfFourCharCode(row.type)) << row.path;
@@ -178,7 +178,7 @@ TEST_F(AliasFiles, FinderTypeIsMapped) {
                          Row{"TEXT", "TEXT"}, Row{"appl", "appl"}}) {
     const std::string name = std::to_string(++number);
     AliasHandle alias = aliasTo(kTarget);
-    ASSERT_EQ(CreateAliasFileNamed(refTo(kFolder), name, alias, fourCharCode(row.type), fourCharCode("abcd"),
+    ASSERT_EQ(CreateAliasFileNamed(refTo(kDesktop), name, alias, fourCharCode(row.type), fourCharCode("abcd"),
                                    std::nullopt),
               0);
     EXPECT_TRUE(factsOf(name).starts_with("finder " + std::string(row.shown) + " abcd flags 0x8000\n"))
@@ -227,7 +227,7 @@ TEST_F(AliasFiles, AreRecognisedAndResolved) {
 TEST_F(AliasFiles, CallersHandleStaysWhatItWas) {
   AliasHandle alias = aliasTo(kTarget);
   const AliasHandle before = alias;
-  ASSERT_EQ(CreateAliasFile(refTo(kFolder), u"a", alias, 0, 0, std::nullopt), 0);
+  ASSERT_EQ(CreateAliasFile(refTo(kDesktop), u"a", alias, 0, 0, std::nullopt), 0);
   EXPECT_EQ(alias, before);
 }
 
@@ -244,7 +244,7 @@ TEST_F(AliasFiles, BadNameMakesNothing) {
   std::string longest;
   for (int i = 0; i < 255; ++i) longest += "\xE6\x97\xA5";
   EXPECT_EQ(create(longest), -37);
-  EXPECT_EQ(host_.root().names(kFolder), Names());
+  EXPECT_EQ(host_.root().names(kDesktop), Names());
 }
 
 TEST_F(AliasFiles, NameOf255UnitsHasRoomWhereThereAreAttributes) {
@@ -253,7 +253,7 @@ TEST_F(AliasFiles, NameOf255UnitsHasRoomWhereThereAreAttributes) {
   if (code != 0) {
     // The partner's name would take two bytes more than the host has.
     EXPECT_EQ(code, -37);
-    EXPECT_EQ(host_.root().names(kFolder), Names());
+    EXPECT_EQ(host_.root().names(kDesktop), Names());
     GTEST_SKIP() << "no attributes here";
   }
   EXPECT_EQ(targetOf(name), kTarget);
@@ -265,16 +265,16 @@ TEST_F(AliasFiles, OtherErrorOfTheNewFileIsReturned) {
   AliasHandle alias = aliasTo(kTarget);
   EXPECT_EQ(CreateAliasFile(FSRef(), u"a", alias, 0, 0, std::nullopt), macos::dirNFErr);
   EXPECT_EQ(CreateAliasFile(refTo(kTarget), u"a", alias, 0, 0, std::nullopt), macos::errFSNotAFolder);
-  const FSRef folder = refTo(kFolder);
+  const FSRef folder = refTo(kDesktop);
   host_.interpose<FailingFileSystem>(1, ENOSPC, Operations::Changes);
   EXPECT_EQ(CreateAliasFile(folder, u"a", alias, 0, 0, std::nullopt), -34);
-  EXPECT_EQ(host_.root().names(kFolder), Names());
+  EXPECT_EQ(host_.root().names(kDesktop), Names());
 }
 
 TEST_F(AliasFiles, ResultIsThatOfAddingTheAlias) {
   EXPECT_EQ(create("null", AliasHandle()), -194);
   EXPECT_EQ(names(), Names({"null"}));
-  const FSRef folder = refTo(kFolder);
+  const FSRef folder = refTo(kDesktop);
   AliasHandle alias = aliasTo(kTarget);
   host_.interpose<FailingFileSystem>(3, EACCES, Operations::Changes);
   EXPECT_EQ(CreateAliasFile(folder, u"a", alias, 0, 0, std::nullopt), -5000);
@@ -312,9 +312,9 @@ TEST_F(AliasFiles, EqualAliasFileThroughOthersIsEnough) {
 
 // Nothing tells that the two are equal, and the caller is not told that nothing was made.
 TEST_F(AliasFiles, NothingIsMadeWhenNeitherOfTheTwoLeadsAnywhere) {
-  const AliasHandle dead = aliasTo(kOther);
+  const AliasHandle dead = aliasTo(kOtherDocument);
   writeClassicAliasFile(host_, at("a"), dead);
-  host_.root().remove(kOther);
+  host_.root().remove(kOtherDocument);
   const auto before = host_.root().snapshot("/");
   EXPECT_EQ(create("a", dead), 0);
   EXPECT_EQ(create("a", AliasHandle{"no record"}), 0);
@@ -322,10 +322,10 @@ TEST_F(AliasFiles, NothingIsMadeWhenNeitherOfTheTwoLeadsAnywhere) {
 }
 
 TEST_F(AliasFiles, NumberIsTakenWhenOneOfTheTwoLeadsNowhere) {
-  const AliasHandle dead = aliasTo(kOther);
+  const AliasHandle dead = aliasTo(kOtherDocument);
   writeClassicAliasFile(host_, at("dead"), dead);
   ASSERT_EQ(create("alive"), 0);
-  host_.root().remove(kOther);
+  host_.root().remove(kOtherDocument);
   EXPECT_EQ(create("dead"), 0);
   EXPECT_EQ(create("alive", dead), 0);
   EXPECT_EQ(names(), Names({"alive", "alive (1)", "dead", "dead (1)"}));
@@ -335,13 +335,13 @@ TEST_F(AliasFiles, NumberIsTakenWhenOneOfTheTwoLeadsNowhere) {
 TEST_F(AliasFiles, NumberIsTakenWhenTheTwoLeadElsewhere) {
   ASSERT_EQ(create("a"), 0);
   const auto before = host_.root().readFile(at("._a"));
-  EXPECT_EQ(create("a", aliasTo(kOther)), 0);
-  EXPECT_EQ(create("a", aliasTo(kFolder)), 0);
+  EXPECT_EQ(create("a", aliasTo(kOtherDocument)), 0);
+  EXPECT_EQ(create("a", aliasTo(kDesktop)), 0);
   EXPECT_EQ(names(), Names({"a", "a (1)", "a (2)"}));
   EXPECT_EQ(host_.root().readFile(at("._a")), before);
   EXPECT_EQ(targetOf("a"), kTarget);
-  EXPECT_EQ(targetOf("a (1)"), kOther);
-  EXPECT_EQ(targetOf("a (2)"), kFolder);
+  EXPECT_EQ(targetOf("a (1)"), kOtherDocument);
+  EXPECT_EQ(targetOf("a (2)"), kDesktop);
 }
 
 // With an equal alias file under the number only, another one is made.
@@ -358,7 +358,7 @@ TEST_F(AliasFiles, NumberIsTakenForExistingItemsOfEveryKind) {
   host_.root().makeLink(at("link"), "/Users/anna/Documents/other");
   host_.root().makeLink(at("dangling"), "nowhere");
   host_.root().writeFile(at("._lost"), "a partner without an item");
-  const auto before = host_.root().snapshot(kFolder);
+  const auto before = host_.root().snapshot(kDesktop);
   ASSERT_EQ(::mkfifo(host_.root().hostPath(at("pipe")).c_str(), 0600), 0);
   EXPECT_EQ(create("pipe"), 0);
   EXPECT_EQ(targetOf("pipe (1)"), kTarget);
@@ -367,7 +367,7 @@ TEST_F(AliasFiles, NumberIsTakenForExistingItemsOfEveryKind) {
     EXPECT_EQ(create(name), 0) << name;
     EXPECT_EQ(targetOf(std::string(name) + " (1)"), kTarget);
   }
-  const auto after = host_.root().snapshot(kFolder);
+  const auto after = host_.root().snapshot(kDesktop);
   for (const auto& [path, fact] : before) {
     EXPECT_EQ(after.at(path), fact) << path;
   }
@@ -385,7 +385,7 @@ TEST_F(AliasFiles, NumberGoesToTheComponentBeforeAnEqualExtension) {
         Row{".txt", "txt", " (1).txt"}, Row{"a.", std::nullopt, "a. (1)"}, Row{"a.", "", "a (1)."},
         Row{"b..txt", "txt", "b. (1).txt"}, Row{"archive.tar.gz", "gz", "archive.tar (1).gz"},
         Row{"plain", std::nullopt, "plain (1)"}}) {
-    host_.root().remove(kFolder);
+    host_.root().remove(kDesktop);
     host_.root().writeFile(at(row.name), "");
     EXPECT_EQ(create(row.name, row.extension), 0) << row.name;
     Names expected = {row.name, row.numbered};
@@ -430,12 +430,12 @@ TEST_F(AliasFiles, NumbersGoUpTo999) {
 }
 
 TEST_F(AliasFiles, WithoutAFreeNameTheExistingAliasFileGetsTheAlias) {
-  writeClassicAliasFile(host_, at("a"), aliasTo(kOther));
+  writeClassicAliasFile(host_, at("a"), aliasTo(kOtherDocument));
   // Another 'alis' and a resource of another type, and a data fork.
   host_.root().writeFile(at("a"), "data fork");
   macos::ResourceFork fork;
   fork.set({.type = macos::rAliasType, .identifier = 5, .name = "kept", .data = "another"});
-  fork.set({.type = macos::rAliasType, .identifier = 0, .data = aliasTo(kOther).bytes});
+  fork.set({.type = macos::rAliasType, .identifier = 0, .data = aliasTo(kOtherDocument).bytes});
   fork.set({.type = fourCharCode("icns"), .identifier = -16455, .data = "icon"});
   ASSERT_TRUE(macos::setResourceFork(at("a"), *fork.encode()).ok());
   takeNumbers(1, 999);
@@ -455,7 +455,7 @@ TEST_F(AliasFiles, WithoutAFreeNameAnythingElseIsLeftAlone) {
     host_.root().remove(at("a"));
     if (kind == std::string("file")) host_.root().writeFile(at("a"), "content");
     if (kind == std::string("folder")) host_.root().makeFolder(at("a"));
-    if (kind == std::string("link")) host_.root().makeLink(at("a"), kOther);
+    if (kind == std::string("link")) host_.root().makeLink(at("a"), kOtherDocument);
     const auto before = host_.root().snapshot("/");
     EXPECT_EQ(create("a"), -48) << kind;
     EXPECT_EQ(host_.root().snapshot("/"), before);
@@ -471,14 +471,14 @@ TEST_F(AliasFiles, WithoutATextForTheNumberNoOtherNameIsTried) {
   tests::TestHost wordless(options);
   host_.root().writeFile(at("file"), "");
   EXPECT_EQ(create("file"), -48);
-  writeClassicAliasFile(wordless, at("alias"), aliasTo(kOther));
+  writeClassicAliasFile(wordless, at("alias"), aliasTo(kOtherDocument));
   EXPECT_EQ(create("alias"), 0);
   EXPECT_EQ(targetOf("alias"), kTarget);
   EXPECT_EQ(names(), Names({"alias", "file"}));
 }
 
 TEST_F(AliasFiles, DamagedForkOfAnExistingAliasFileIsLeftAlone) {
-  writeClassicAliasFile(host_, at("a"), aliasTo(kOther));
+  writeClassicAliasFile(host_, at("a"), aliasTo(kOtherDocument));
   ASSERT_TRUE(macos::setResourceFork(at("a"), "no fork").ok());
   takeNumbers(1, 999);
   const auto before = host_.root().snapshot("/");
@@ -494,8 +494,8 @@ TEST_F(AliasFiles, RecordThatCameBackRefreshedIsTheOneThatIsWritten) {
   ASSERT_TRUE(
       host_.files().rename(kTarget, "/Users/anna/Documents/renamed", macos::FileSystem::Replace::No).ok());
   host_.root().writeFile(kTarget, "another one");
-  writeClassicAliasFile(host_, at("a"), aliasTo(kOther));
-  ASSERT_EQ(CreateAliasFile(refTo(kFolder), u"a", alias, 0, 0, std::nullopt), 0);
+  writeClassicAliasFile(host_, at("a"), aliasTo(kOtherDocument));
+  ASSERT_EQ(CreateAliasFile(refTo(kDesktop), u"a", alias, 0, 0, std::nullopt), 0);
   EXPECT_NE(aliasFactsOf("a (1)").find("\npath Users/anna/Documents/renamed\n"), std::string::npos);
   EXPECT_NE(readIndependently("alias_record.py", alias.bytes).find("\nunicode name renamed\n"),
             std::string::npos);

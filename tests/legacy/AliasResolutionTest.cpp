@@ -30,8 +30,8 @@ using tests::TestHostOptions;
 using tests::writeAliasFile;
 using tests::writeClassicAliasFile;
 
-constexpr const char* kFile = "/Users/anna/Documents/report.txt";
-constexpr const char* kFolder = "/Users/anna/Documents";
+constexpr const char* kReport = "/Users/anna/Documents/report.txt";
+constexpr const char* kDocuments = "/Users/anna/Documents";
 constexpr unsigned kNoUI = macos::kResolveAliasFileNoUI | macos::kResolveAliasTryFileIDFirst;
 constexpr unsigned kWithUI = macos::kResolveAliasTryFileIDFirst;
 
@@ -95,7 +95,7 @@ Answer resolveFile(std::string_view path) {
 
 class Resolution : public testing::Test {
  protected:
-  Resolution() { host.root().writeFile(kFile, "text"); }
+  Resolution() { host.root().writeFile(kReport, "text"); }
   TestHost host;
 };
 
@@ -107,14 +107,14 @@ TEST_F(Resolution, OfNoAliasIsAParameterError) {
 }
 
 TEST_F(Resolution, OfARecordThatIsNoneIsAParameterError) {
-  const std::string whole = aliasTo(kFile).bytes;
+  const std::string whole = aliasTo(kReport).bytes;
   EXPECT_EQ(resolveItem({"1234567"}).code, -50);
   EXPECT_EQ(resolveItem({whole.substr(0, whole.size() - 1)}).code, -50);
 }
 
 TEST_F(Resolution, WithoutUIOfAPathThatCannotBeReachedIsVolumeGoneBeforeAnyAttempt) {
-  const AliasHandle alias = aliasTo(kFile);
-  move(host, kFile, "/Users/anna/Documents/renamed.txt");
+  const AliasHandle alias = aliasTo(kReport);
+  move(host, kReport, "/Users/anna/Documents/renamed.txt");
   EXPECT_EQ(resolveChecked(alias, kNoUI).code, -124);  // renamed
   EXPECT_EQ(resolveChecked(alias, kWithUI).path, "/Users/anna/Documents/renamed.txt");
   host.root().remove("/Users/anna/Documents/renamed.txt");
@@ -126,8 +126,8 @@ TEST_F(Resolution, WithoutUIOfAPathThatCannotBeReachedIsVolumeGoneBeforeAnyAttem
 }
 
 TEST_F(Resolution, OfARecordWithoutAPathGoesByIdentifiers) {
-  const AliasHandle alias = withoutPath(aliasTo(kFile));
-  move(host, kFile, "/Users/anna/Documents/renamed.txt");
+  const AliasHandle alias = withoutPath(aliasTo(kReport));
+  move(host, kReport, "/Users/anna/Documents/renamed.txt");
   EXPECT_EQ(resolveChecked(alias, kNoUI).path, "/Users/anna/Documents/renamed.txt");
   host.root().remove("/Users/anna/Documents/renamed.txt");
   EXPECT_EQ(resolveChecked(alias, kNoUI).code, -43);
@@ -175,41 +175,41 @@ TEST_F(Resolution, OfAMacRomanVolumeNameComparesItConverted) {
 }
 
 TEST_F(Resolution, StandsWhateverTheNameWhenTheBootVolumeHasNone) {
-  const AliasHandle alias = onVolumeNamed(aliasTo(kFile), u"Elsewhere");
+  const AliasHandle alias = onVolumeNamed(aliasTo(kReport), u"Elsewhere");
   EXPECT_EQ(resolveChecked(alias, kNoUI).code, -43);
   host.root().remove("/Volumes/Macintosh HD");
   const Answer answer = resolveChecked(alias, kNoUI);
-  EXPECT_EQ(answer.path, kFile);
+  EXPECT_EQ(answer.path, kReport);
   EXPECT_FALSE(answer.aliasChanged) << "not refreshed when the volume cannot be asked";
 }
 
 TEST_F(Resolution, RefreshesTheCallersRecordWhenItChanged) {
-  AliasHandle alias = aliasTo(kFile);
+  AliasHandle alias = aliasTo(kReport);
   const AliasHandle before = alias;
   FSRef ref;
   bool wasChanged = true;
   ASSERT_EQ(ResolveAliasChecked(alias, &ref, kWithUI, &wasChanged), 0);
   EXPECT_FALSE(wasChanged);
   EXPECT_EQ(alias, before);
-  move(host, kFile, "/Users/anna/Documents/renamed.txt");
+  move(host, kReport, "/Users/anna/Documents/renamed.txt");
   ASSERT_EQ(ResolveAliasChecked(alias, &ref, kWithUI, &wasChanged), 0);
   EXPECT_TRUE(wasChanged);
   EXPECT_EQ(alias, aliasTo("/Users/anna/Documents/renamed.txt"));
 }
 
 TEST_F(Resolution, AnIdentifierOutranksAnExistingPath) {
-  const AliasHandle alias = aliasTo(kFile);
-  move(host, kFile, "/Users/anna/Documents/renamed.txt");
-  host.root().writeFile(kFile, "another");
+  const AliasHandle alias = aliasTo(kReport);
+  move(host, kReport, "/Users/anna/Documents/renamed.txt");
+  host.root().writeFile(kReport, "another");
   EXPECT_EQ(resolveChecked(alias, kNoUI).path, "/Users/anna/Documents/renamed.txt");
 }
 
 // --- ResolveItemAlias
 
 TEST_F(Resolution, GivesNameKindAndReference) {
-  const Answer file = resolveItem(aliasTo(kFile));
+  const Answer file = resolveItem(aliasTo(kReport));
   EXPECT_EQ(file.code, 0);
-  EXPECT_EQ(file.path, kFile);
+  EXPECT_EQ(file.path, kReport);
   EXPECT_EQ(file.name, "report.txt");
   EXPECT_FALSE(file.isFolder);
   const Answer folder = resolveItem(aliasTo("/Users/anna"));
@@ -218,7 +218,7 @@ TEST_F(Resolution, GivesNameKindAndReference) {
 }
 
 TEST_F(Resolution, HasNoOutputThatMustBeAskedFor) {
-  AliasHandle alias = aliasTo(kFile);
+  AliasHandle alias = aliasTo(kReport);
   AliasHandle none;
   EXPECT_EQ(ResolveItemAlias(alias, nullptr, {.name = false}, ResolveMode::AnyTarget, AllowUI::No,
                              UseDisplayName::Yes, nullptr),
@@ -227,22 +227,22 @@ TEST_F(Resolution, HasNoOutputThatMustBeAskedFor) {
       ResolveItemAlias(none, nullptr, {}, ResolveMode::AnyTarget, AllowUI::No, UseDisplayName::Yes, nullptr),
       -50);
   EXPECT_EQ(ResolveAliasChecked(alias, nullptr, kNoUI, nullptr), 0);
-  writeAliasFile("/Users/anna/alias", kFolder);
+  writeAliasFile("/Users/anna/alias", kDocuments);
   EXPECT_EQ(ResolveAliasFileWithTimeout(refTo("/Users/anna/alias"), nullptr, nullptr, nullptr, kNoUI), 0);
 }
 
 TEST_F(Resolution, ClearsItsOutputsAfterAFailure) {
-  ItemAliasTarget target{.name = "before", .ref = refTo(kFile), .isFolder = true};
-  AliasHandle alias = aliasTo(kFile);
+  ItemAliasTarget target{.name = "before", .ref = refTo(kReport), .isFolder = true};
+  AliasHandle alias = aliasTo(kReport);
   bool wasChanged = true;
-  host.root().remove(kFile);
+  host.root().remove(kReport);
   EXPECT_EQ(ResolveItemAlias(alias, &target, {}, ResolveMode::AnyTarget, AllowUI::No, UseDisplayName::Yes,
                              &wasChanged),
             -124);
   EXPECT_EQ(target.name, "");
   EXPECT_EQ(target.ref.hidden, FSRef().hidden);
   EXPECT_FALSE(target.isFolder || wasChanged);
-  FSRef ref = refTo(kFolder);
+  FSRef ref = refTo(kDocuments);
   wasChanged = true;
   EXPECT_EQ(ResolveAliasChecked(alias, &ref, kWithUI, &wasChanged), -43);
   EXPECT_EQ(ref.hidden, FSRef().hidden);
@@ -251,8 +251,8 @@ TEST_F(Resolution, ClearsItsOutputsAfterAFailure) {
 
 // Where a user may be asked, what is not at its path is looked for.
 TEST_F(Resolution, WithUIFindsARenamedTargetAndTellsOfTheChange) {
-  const AliasHandle alias = aliasTo(kFile);
-  move(host, kFile, "/Users/anna/Documents/renamed.txt");
+  const AliasHandle alias = aliasTo(kReport);
+  move(host, kReport, "/Users/anna/Documents/renamed.txt");
   EXPECT_EQ(resolveItem(alias, ResolveMode::AnyTarget, AllowUI::No).code, -124);
   const Answer answer = resolveItem(alias, ResolveMode::AnyTarget, AllowUI::Yes);
   EXPECT_EQ(answer.path, "/Users/anna/Documents/renamed.txt");
@@ -268,27 +268,27 @@ TEST_F(Resolution, OfAPackageIsNoFolder) {
 }
 
 TEST_F(Resolution, InAFolderListReplacesAFileByItsFolder) {
-  AliasHandle alias = aliasTo(kFile);
+  AliasHandle alias = aliasTo(kReport);
   ItemAliasTarget target;
   ASSERT_EQ(ResolveItemAlias(alias, &target, {.name = true}, ResolveMode::FolderList, AllowUI::No,
                              UseDisplayName::Yes, nullptr),
             0);
-  EXPECT_EQ(pathOf(target.ref), kFolder);
+  EXPECT_EQ(pathOf(target.ref), kDocuments);
   EXPECT_EQ(target.name, "Documents");
   EXPECT_TRUE(target.isFolder);
-  EXPECT_EQ(alias, aliasTo(kFolder));
+  EXPECT_EQ(alias, aliasTo(kDocuments));
 }
 
 TEST_F(Resolution, InAFolderListReplacesAPackageAndAnAliasFileOfADocumentToo) {
   host.root().makeFolder("/Users/anna/Tool.app");
-  writeAliasFile("/Users/anna/Documents/alias", kFile);
+  writeAliasFile("/Users/anna/Documents/alias", kReport);
   for (const auto& [path, folder] :
-       {std::pair{"/Users/anna/Tool.app", "/Users/anna"}, {"/Users/anna/Documents/alias", kFolder}}) {
+       {std::pair{"/Users/anna/Tool.app", "/Users/anna"}, {"/Users/anna/Documents/alias", kDocuments}}) {
     const Answer answer = resolveItem(aliasTo(path), ResolveMode::FolderList);
     EXPECT_EQ(answer.path, folder);
     EXPECT_TRUE(answer.isFolder && answer.aliasChanged);
   }
-  EXPECT_FALSE(resolveItem(aliasTo(kFolder), ResolveMode::FolderList).aliasChanged);
+  EXPECT_FALSE(resolveItem(aliasTo(kDocuments), ResolveMode::FolderList).aliasChanged);
 }
 
 TEST_F(Resolution, WithoutDisplayNamesGivesTheCatalogsName) {
@@ -304,28 +304,28 @@ TEST_F(Resolution, WithoutDisplayNamesGivesTheCatalogsName) {
 // "An item whose alias leads to an alias file of a folder resolves to that folder; one whose alias leads to
 // an alias file of a document resolves to the alias file itself."
 TEST_F(Resolution, FollowsAliasFilesOfFoldersOnly) {
-  writeAliasFile("/Users/anna/to folder", kFolder);
-  writeAliasFile("/Users/anna/to file", kFile);
-  EXPECT_EQ(resolveItem(aliasTo("/Users/anna/to folder")).path, kFolder);
+  writeAliasFile("/Users/anna/to folder", kDocuments);
+  writeAliasFile("/Users/anna/to file", kReport);
+  EXPECT_EQ(resolveItem(aliasTo("/Users/anna/to folder")).path, kDocuments);
   EXPECT_EQ(resolveItem(aliasTo("/Users/anna/to file")).path, "/Users/anna/to file");
-  writeClassicAliasFile(host, "/Users/anna/classic", aliasTo(kFolder));
-  EXPECT_EQ(resolveItem(aliasTo("/Users/anna/classic")).path, kFolder);
+  writeClassicAliasFile(host, "/Users/anna/classic", aliasTo(kDocuments));
+  EXPECT_EQ(resolveItem(aliasTo("/Users/anna/classic")).path, kDocuments);
   host.root().remove("/Users/anna/._to folder");
-  EXPECT_EQ(resolveItem(aliasTo("/Users/anna/to folder")).path, kFolder) << "known by its first bytes";
+  EXPECT_EQ(resolveItem(aliasTo("/Users/anna/to folder")).path, kDocuments) << "known by its first bytes";
 }
 
 TEST_F(Resolution, FollowsLinksToFoldersOnly) {
   host.root().makeLink("/Users/anna/link", "Documents");
   host.root().makeLink("/Users/anna/file link", "Documents/report.txt");
-  EXPECT_EQ(resolveItem(aliasTo("/Users/anna/link")).path, kFolder);
+  EXPECT_EQ(resolveItem(aliasTo("/Users/anna/link")).path, kDocuments);
   EXPECT_EQ(resolveItem(aliasTo("/Users/anna/file link")).path, "/Users/anna/file link");
 }
 
 TEST_F(Resolution, OfAnAliasFileThatLeadsNowhereGivesItsCode) {
-  writeAliasFile("/Users/anna/alias", kFolder);
+  writeAliasFile("/Users/anna/alias", kDocuments);
   host.root().makeLink("/Users/anna/dangling", "none");
   host.root().makeLink("/Users/anna/loop", "loop");
-  host.root().remove(kFolder);
+  host.root().remove(kDocuments);
   EXPECT_EQ(resolveItem(aliasTo("/Users/anna/alias")).code, -43);
   EXPECT_EQ(resolveItem(aliasTo("/Users/anna/dangling")).code, -43);
   EXPECT_EQ(resolveItem(aliasTo("/Users/anna/loop")).code, -43);
@@ -365,11 +365,11 @@ TEST_F(Resolution, OfRealMacsRecordsResolvesWhenTheTargetIsHere) {
 // --- Alias files
 
 TEST_F(Resolution, OfAliasFilesFollowsOneAfterTheOther) {
-  writeAliasFile("/Users/anna/a", kFolder);
+  writeAliasFile("/Users/anna/a", kDocuments);
   writeAliasFile("/Users/anna/b", "/Users/anna/a");
   const Answer answer = resolveFile("/Users/anna/b");
   EXPECT_EQ(answer.code, 0);
-  EXPECT_EQ(answer.path, kFolder);
+  EXPECT_EQ(answer.path, kDocuments);
   EXPECT_TRUE(answer.isFolder);
 }
 
@@ -388,8 +388,8 @@ TEST_F(Resolution, OfAnAliasFileTellsFoldersFromPackages) {
     EXPECT_TRUE(wasAliased);
     return isFolderThen;
   };
-  EXPECT_TRUE(isFolder(kFolder));
-  EXPECT_FALSE(isFolder(kFile));
+  EXPECT_TRUE(isFolder(kDocuments));
+  EXPECT_FALSE(isFolder(kReport));
   EXPECT_FALSE(isFolder("/Users/anna/Letter.rtfd"));
   EXPECT_FALSE(isFolder("/Users/anna/Tool.app"));
   EXPECT_EQ(resolveItem(aliasTo("/Users/anna/alias")).path, "/Users/anna/alias")
@@ -397,8 +397,8 @@ TEST_F(Resolution, OfAnAliasFileTellsFoldersFromPackages) {
 }
 
 TEST_F(Resolution, OfWhatIsNoAliasFileFails) {
-  EXPECT_EQ(resolveFile(kFile).code, -43);
-  EXPECT_EQ(resolveFile(kFolder).code, -43);
+  EXPECT_EQ(resolveFile(kReport).code, -43);
+  EXPECT_EQ(resolveFile(kDocuments).code, -43);
 }
 
 TEST_F(Resolution, OfAnAliasFileThatLeadsToItselfIsToldSo) {
@@ -419,13 +419,13 @@ TEST_F(Resolution, OfARingOfThreeAliasFilesIsToldSo) {
 }
 
 TEST_F(Resolution, OfMoreThan32AliasFilesIsGivenUp) {
-  std::string last = kFolder;
+  std::string last = kDocuments;
   for (int i = 1; i <= 33; ++i) {
     const std::string next = "/Users/anna/alias" + std::to_string(i);
     writeAliasFile(next, last);
     last = next;
   }
-  EXPECT_EQ(resolveFile("/Users/anna/alias32").path, kFolder);
+  EXPECT_EQ(resolveFile("/Users/anna/alias32").path, kDocuments);
   EXPECT_EQ(resolveFile("/Users/anna/alias33").code, -1306);
   FSRef ref = refTo("/Users/anna/alias33");
   EXPECT_EQ(ResolveAliasChainInPlace(ref), -1306);
@@ -433,31 +433,31 @@ TEST_F(Resolution, OfMoreThan32AliasFilesIsGivenUp) {
 }
 
 TEST_F(Resolution, OnAnOlderSystemUsesTheAliasManager) {
-  writeAliasFile("/Users/anna/alias", kFolder);
-  writeClassicAliasFile(host, "/Users/anna/classic", aliasTo(kFile));
+  writeAliasFile("/Users/anna/alias", kDocuments);
+  writeClassicAliasFile(host, "/Users/anna/classic", aliasTo(kReport));
   setSystemVersion(host, "10.8.5");
   TestHostOptions options;
   options.root = host.sharedRoot();
   const TestHost older(options);
   EXPECT_LT(SystemVersionBCD(), 0x100900U);
-  EXPECT_EQ(resolveFile("/Users/anna/alias").path, kFolder);
-  EXPECT_EQ(resolveFile("/Users/anna/classic").path, kFile);
+  EXPECT_EQ(resolveFile("/Users/anna/alias").path, kDocuments);
+  EXPECT_EQ(resolveFile("/Users/anna/classic").path, kReport);
   // There, what is no alias file is its own target and thus leads to itself.
-  EXPECT_EQ(resolveFile(kFile).code, -1306);
+  EXPECT_EQ(resolveFile(kReport).code, -1306);
 }
 
 TEST_F(Resolution, InPlaceReplacesTheReference) {
-  writeAliasFile("/Users/anna/alias", kFile);
+  writeAliasFile("/Users/anna/alias", kReport);
   FSRef ref = refTo("/Users/anna/alias");
   EXPECT_EQ(ResolveAliasChainInPlace(ref), 0);
-  EXPECT_EQ(pathOf(ref), kFile);
+  EXPECT_EQ(pathOf(ref), kReport);
   EXPECT_EQ(ResolveAliasChainInPlace(ref), 0);
-  EXPECT_EQ(pathOf(ref), kFile);
+  EXPECT_EQ(pathOf(ref), kReport);
 }
 
 TEST_F(Resolution, InPlaceRestoresTheReferenceAfterAFailure) {
-  writeAliasFile("/Users/anna/alias", kFile);
-  host.root().remove(kFile);
+  writeAliasFile("/Users/anna/alias", kReport);
+  host.root().remove(kReport);
   FSRef ref = refTo("/Users/anna/alias");
   EXPECT_EQ(ResolveAliasChainInPlace(ref), -43);
   EXPECT_EQ(pathOf(ref), "/Users/anna/alias");
@@ -512,19 +512,19 @@ TEST_F(Timeout, LateWorkerTouchesNothingThatHasEnded) {
 
 // A disk that does not answer is given up; what lies elsewhere is found as before.
 TEST_F(Timeout, LeavesEverythingElseToBeFound) {
-  const AliasHandle here = aliasTo(kFile);
+  const AliasHandle here = aliasTo(kReport);
   const AliasHandle throughTheSlowDisk = aliasTo("/Users/anna/alias");
   // The volumes are looked up anew as long as /Volumes changed within the last tick of the clock.
   std::this_thread::sleep_for(std::chrono::milliseconds(50));
   ASSERT_EQ(resolveItem(here).code, 0);
   host.interpose<BlockingFileSystem>("/Volumes/Slow");
   EXPECT_EQ(resolveItem(throughTheSlowDisk).code, -1401);
-  EXPECT_EQ(resolveItem(here).path, kFile);
+  EXPECT_EQ(resolveItem(here).path, kReport);
 }
 
 // With all workers held up, an alias file that has nothing to do with them times out unread.
 TEST_F(Timeout, ComesToAJobThatCouldNotStart) {
-  writeAliasFile("/Users/anna/other", kFolder);
+  writeAliasFile("/Users/anna/other", kDocuments);
   const auto slow = host.interpose<BlockingFileSystem>("/Volumes/Slow");
   for (std::size_t i = 0; i < macos::kDispatchWorkerLimit; ++i) {
     macos::dispatchAsyncGlobal(macos::DispatchPriority::High, [] {
@@ -536,7 +536,7 @@ TEST_F(Timeout, ComesToAJobThatCouldNotStart) {
   EXPECT_GE(seconds, 2.0);
   EXPECT_LE(seconds, 2.5);
   slow->release();
-  EXPECT_EQ(resolveFile("/Users/anna/other").path, kFolder);
+  EXPECT_EQ(resolveFile("/Users/anna/other").path, kDocuments);
 }
 
 TEST_F(Timeout, IsEachAliasFilesOwn) {
@@ -594,11 +594,11 @@ TEST_F(Resolution, TellsBrowsableFolders) {
     FSRef ref = refTo(path);
     return IsBrowsableFolder(ref, allowPackages);
   };
-  EXPECT_TRUE(isBrowsable(kFolder));
+  EXPECT_TRUE(isBrowsable(kDocuments));
   EXPECT_TRUE(isBrowsable("/"));
   EXPECT_TRUE(isBrowsable("/Users/anna/.hidden")) << "invisible, but a container";
   EXPECT_FALSE(isBrowsable("/Users/anna/.file"));
-  EXPECT_FALSE(isBrowsable(kFile));
+  EXPECT_FALSE(isBrowsable(kReport));
   EXPECT_FALSE(isBrowsable("/Users/anna/Letter.rtfd"));
   EXPECT_TRUE(isBrowsable("/Users/anna/Letter.rtfd", true));
   EXPECT_FALSE(isBrowsable("/Users/anna/Tool.app", true));
@@ -608,12 +608,12 @@ TEST_F(Resolution, TellsBrowsableFolders) {
 
 // It looks like a mistake and is kept.
 TEST_F(Resolution, AskingForABrowsableFolderReplacesTheCallersReference) {
-  writeAliasFile("/Users/anna/alias", kFolder);
+  writeAliasFile("/Users/anna/alias", kDocuments);
   host.root().makeLink("/Users/anna/link", "Documents");
   for (const char* path : {"/Users/anna/alias", "/Users/anna/link"}) {
     FSRef ref = refTo(path);
     EXPECT_TRUE(IsBrowsableFolder(ref, false));
-    EXPECT_EQ(pathOf(ref), kFolder);
+    EXPECT_EQ(pathOf(ref), kDocuments);
   }
 }
 

@@ -5,6 +5,7 @@
 
 #include <new>
 
+#include "tests/support/AppleEvents.h"
 #include "tests/support/FinderStandIn.h"
 #include "tests/support/Sanitizers.h"
 #include "tests/support/TestHost.h"
@@ -15,8 +16,11 @@ using macos::AliasHandle;
 using macos::AppleEvent;
 using macos::fourCharCode;
 using macos::OSErr;
+using vennick::tests::eventWith;
+using vennick::tests::eventWithText;
 using vennick::tests::FinderManner;
 using vennick::tests::FinderStandIn;
+using vennick::tests::kEventKey;
 using vennick::tests::TestHost;
 using vennick::tests::TestHostOptions;
 
@@ -37,18 +41,9 @@ void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
 namespace {
 
 constexpr macos::OSType kFinder = fourCharCode("MACS");
-constexpr macos::AEKeyword kKey = fourCharCode("keyT");
 constexpr macos::DescType kText = fourCharCode("pUT8");
 constexpr std::string_view kMoveFormat =
     "insh:obj {\tform:prop,\twant:type(prop),\tseld:type(trsh),\tfrom:'null'()},'----':alis(@@)";
-
-AppleEvent eventWith(AEDesc desc) {
-  AppleEvent event = macos::AECreateAppleEvent(fourCharCode("test"), fourCharCode("test"), {}, 1, 0);
-  macos::AEPutParamDesc(&event, kKey, std::move(desc));
-  return event;
-}
-
-AppleEvent eventWithText(std::string text) { return eventWith(AEDesc::withData(kText, std::move(text))); }
 
 TestHostOptions onTheMachinesClock() {
   TestHostOptions options;
@@ -136,7 +131,7 @@ TEST_F(AppleEventUtilities, SendEventToProcessHasNoConnectionToADeadOne) {
 TEST_F(AppleEventUtilities, CheckRequiredParamsIsContentWhenAllWereRead) {
   const AppleEvent event = eventWithText("text");
   std::string text;
-  ASSERT_EQ(vennick::GetStringParam(event, kKey, kText, &text), macos::noErr);
+  ASSERT_EQ(vennick::GetStringParam(event, kEventKey, kText, &text), macos::noErr);
   EXPECT_EQ(vennick::CheckRequiredParams(event), macos::noErr);
   EXPECT_EQ(vennick::CheckRequiredParams(AppleEvent()), macos::noErr);
 }
@@ -148,31 +143,34 @@ TEST_F(AppleEventUtilities, CheckRequiredParamsReportsOneThatWasNotRead) {
 TEST_F(AppleEventUtilities, GetCStringParamReportsTheSizePlusOne) {
   const AppleEvent event = eventWithText("hello");
   std::size_t length = 0;
-  EXPECT_EQ(vennick::GetCStringParam(event, kKey, kText, nullptr, 0, &length), macos::noErr);
+  EXPECT_EQ(vennick::GetCStringParam(event, kEventKey, kText, nullptr, 0, &length), macos::noErr);
   EXPECT_EQ(length, 6U);
   char buffer[1] = {'x'};
   length = 0;
-  EXPECT_EQ(vennick::GetCStringParam(event, kKey, kText, buffer, 0, &length), macos::noErr)
+  EXPECT_EQ(vennick::GetCStringParam(event, kEventKey, kText, buffer, 0, &length), macos::noErr)
       << "a capacity of 0";
   EXPECT_EQ(length, 6U);
   EXPECT_EQ(buffer[0], 'x');
-  EXPECT_EQ(vennick::GetCStringParam(event, kKey, kText, nullptr, 100, &length), macos::noErr) << "no buffer";
+  EXPECT_EQ(vennick::GetCStringParam(event, kEventKey, kText, nullptr, 100, &length), macos::noErr)
+      << "no buffer";
 }
 
 TEST_F(AppleEventUtilities, GetCStringParamStoresTheBytesAndAZero) {
   char buffer[6] = {'x', 'x', 'x', 'x', 'x', 'x'};
-  EXPECT_EQ(vennick::GetCStringParam(eventWithText("hello"), kKey, kText, buffer, sizeof buffer, nullptr),
-            macos::noErr);
+  EXPECT_EQ(
+      vennick::GetCStringParam(eventWithText("hello"), kEventKey, kText, buffer, sizeof buffer, nullptr),
+      macos::noErr);
   EXPECT_STREQ(buffer, "hello");
-  EXPECT_EQ(vennick::GetCStringParam(eventWithText(""), kKey, kText, buffer, 1, nullptr), macos::noErr);
+  EXPECT_EQ(vennick::GetCStringParam(eventWithText(""), kEventKey, kText, buffer, 1, nullptr), macos::noErr);
   EXPECT_STREQ(buffer, "");
 }
 
 TEST_F(AppleEventUtilities, GetCStringParamRefusesABufferThatIsTooSmallAndStillReportsTheSize) {
   char buffer[5] = {'x', 'x', 'x', 'x', 'x'};
   std::size_t length = 0;
-  EXPECT_EQ(vennick::GetCStringParam(eventWithText("hello"), kKey, kText, buffer, sizeof buffer, &length),
-            -50);
+  EXPECT_EQ(
+      vennick::GetCStringParam(eventWithText("hello"), kEventKey, kText, buffer, sizeof buffer, &length),
+      -50);
   EXPECT_EQ(length, 6U);
   EXPECT_EQ(std::string(buffer, 5), "xxxxx");
 }
@@ -182,34 +180,35 @@ TEST_F(AppleEventUtilities, GetCStringParamReportsTheSizeAsStored) {
   const AppleEvent event = eventWith(AEDesc::withInteger(macos::typeSInt32, 65));
   std::size_t length = 0;
   char buffer[5] = {'x', 'x', 'x', 'x', 'x'};
-  EXPECT_EQ(vennick::GetCStringParam(event, kKey, macos::typeSInt16, buffer, 4, &length), -50);
+  EXPECT_EQ(vennick::GetCStringParam(event, kEventKey, macos::typeSInt16, buffer, 4, &length), -50);
   EXPECT_EQ(length, 5U);
-  EXPECT_EQ(vennick::GetCStringParam(event, kKey, macos::typeSInt16, buffer, 5, &length), macos::noErr);
+  EXPECT_EQ(vennick::GetCStringParam(event, kEventKey, macos::typeSInt16, buffer, 5, &length), macos::noErr);
   EXPECT_EQ(length, 5U);
   EXPECT_EQ(buffer[2], '\0');
 }
 
 TEST_F(AppleEventUtilities, GetCStringParamReturnsOtherCodes) {
   char buffer[10];
-  EXPECT_EQ(vennick::GetCStringParam(AppleEvent(), kKey, kText, buffer, sizeof buffer, nullptr), -1701);
+  EXPECT_EQ(vennick::GetCStringParam(AppleEvent(), kEventKey, kText, buffer, sizeof buffer, nullptr), -1701);
   const AppleEvent number = eventWith(AEDesc::withInteger(macos::typeSInt32, 5));
-  EXPECT_EQ(vennick::GetCStringParam(number, kKey, kText, buffer, sizeof buffer, nullptr), -1700);
+  EXPECT_EQ(vennick::GetCStringParam(number, kEventKey, kText, buffer, sizeof buffer, nullptr), -1700);
 }
 
 TEST_F(AppleEventUtilities, GetStringParamEndsAtTheFirstZeroByte) {
   std::string text;
-  EXPECT_EQ(vennick::GetStringParam(eventWithText("gr\xC3\xBC\xC3\x9F"), kKey, kText, &text), macos::noErr);
+  EXPECT_EQ(vennick::GetStringParam(eventWithText("gr\xC3\xBC\xC3\x9F"), kEventKey, kText, &text),
+            macos::noErr);
   EXPECT_EQ(text, "gr\xC3\xBC\xC3\x9F");
-  EXPECT_EQ(vennick::GetStringParam(eventWithText(std::string("ab\0\xFF", 4)), kKey, kText, &text),
+  EXPECT_EQ(vennick::GetStringParam(eventWithText(std::string("ab\0\xFF", 4)), kEventKey, kText, &text),
             macos::noErr);
   EXPECT_EQ(text, "ab");
-  EXPECT_EQ(vennick::GetStringParam(eventWithText(""), kKey, kText, &text), macos::noErr);
+  EXPECT_EQ(vennick::GetStringParam(eventWithText(""), kEventKey, kText, &text), macos::noErr);
   EXPECT_EQ(text, "");
 }
 
 TEST_F(AppleEventUtilities, GetStringParamHasNoMemoryForAStringThatIsNotUTF8) {
   std::string text = "before";
-  EXPECT_EQ(vennick::GetStringParam(eventWithText("\xFF\xFE"), kKey, kText, &text), -108);
+  EXPECT_EQ(vennick::GetStringParam(eventWithText("\xFF\xFE"), kEventKey, kText, &text), -108);
   EXPECT_EQ(text, "before");
 }
 
@@ -218,7 +217,7 @@ TEST_F(AppleEventUtilities, GetStringParamHasNoMemoryForAStringThatIsNotUTF8) {
 TEST_F(AppleEventUtilities, GetStringParamAnswersZeroWithoutAStringWhenThereIsNoMemory) {
   std::string text = "before";
   noMemory = true;
-  const OSErr code = vennick::GetStringParam(eventWithText("hello"), kKey, kText, &text);
+  const OSErr code = vennick::GetStringParam(eventWithText("hello"), kEventKey, kText, &text);
   noMemory = false;
   EXPECT_EQ(code, macos::noErr);
   EXPECT_EQ(text, "before");
@@ -227,51 +226,55 @@ TEST_F(AppleEventUtilities, GetStringParamAnswersZeroWithoutAStringWhenThereIsNo
 
 TEST_F(AppleEventUtilities, GetStringParamReturnsOtherCodes) {
   std::string text;
-  EXPECT_EQ(vennick::GetStringParam(AppleEvent(), kKey, kText, &text), -1701);
+  EXPECT_EQ(vennick::GetStringParam(AppleEvent(), kEventKey, kText, &text), -1701);
   // The text type of these events is not the platform's UTF-8 type; kept.
   EXPECT_EQ(
-      vennick::GetStringParam(eventWith(AEDesc::withData(macos::typeUTF8Text, "x")), kKey, kText, &text),
+      vennick::GetStringParam(eventWith(AEDesc::withData(macos::typeUTF8Text, "x")), kEventKey, kText, &text),
       -1700);
 }
 
 TEST_F(AppleEventUtilities, GetUniStr255ParamStoresAtMost255Units) {
   for (const auto& [size, expected] : {std::pair(0U, 0U), std::pair(255U, 255U), std::pair(256U, 255U)}) {
     macos::HFSUniStr255 name;
-    EXPECT_EQ(vennick::GetUniStr255Param(eventWithText(std::string(size, 'n')), kKey, &name), macos::noErr);
+    EXPECT_EQ(vennick::GetUniStr255Param(eventWithText(std::string(size, 'n')), kEventKey, &name),
+              macos::noErr);
     EXPECT_EQ(name, std::u16string(expected, u'n'));
   }
   macos::HFSUniStr255 name;
-  EXPECT_EQ(vennick::GetUniStr255Param(eventWithText("\xF0\x9F\x98\x80"), kKey, &name), macos::noErr);
+  EXPECT_EQ(vennick::GetUniStr255Param(eventWithText("\xF0\x9F\x98\x80"), kEventKey, &name), macos::noErr);
   EXPECT_EQ(name, u"\U0001F600");
 }
 
 TEST_F(AppleEventUtilities, GetUniStr255ParamReturnsOtherCodes) {
   macos::HFSUniStr255 name;
-  EXPECT_EQ(vennick::GetUniStr255Param(AppleEvent(), kKey, &name), -1701);
-  EXPECT_EQ(vennick::GetUniStr255Param(eventWithText("\xFF"), kKey, &name), -108);
-  EXPECT_EQ(vennick::GetUniStr255Param(eventWith(AEDesc::withData(macos::typeUTF8Text, "x")), kKey, &name),
-            -1700);
+  EXPECT_EQ(vennick::GetUniStr255Param(AppleEvent(), kEventKey, &name), -1701);
+  EXPECT_EQ(vennick::GetUniStr255Param(eventWithText("\xFF"), kEventKey, &name), -108);
+  EXPECT_EQ(
+      vennick::GetUniStr255Param(eventWith(AEDesc::withData(macos::typeUTF8Text, "x")), kEventKey, &name),
+      -1700);
 }
 
 TEST_F(AppleEventUtilities, GetAliasParamGivesANewHandle) {
   AliasHandle alias;
-  EXPECT_EQ(vennick::GetAliasParam(eventWith(AEDesc::withData(macos::typeAlias, "record")), kKey, &alias),
-            macos::noErr);
+  EXPECT_EQ(
+      vennick::GetAliasParam(eventWith(AEDesc::withData(macos::typeAlias, "record")), kEventKey, &alias),
+      macos::noErr);
   EXPECT_EQ(alias.bytes, "record");
   const std::string large(1 << 20, 'a');
-  EXPECT_EQ(vennick::GetAliasParam(eventWith(AEDesc::withData(macos::typeAlias, large)), kKey, &alias),
+  EXPECT_EQ(vennick::GetAliasParam(eventWith(AEDesc::withData(macos::typeAlias, large)), kEventKey, &alias),
             macos::noErr);
   EXPECT_EQ(alias.bytes, large);
 }
 
 TEST_F(AppleEventUtilities, GetAliasParamGivesTheNullHandleWhenItFails) {
   AliasHandle alias{"before"};
-  EXPECT_EQ(vennick::GetAliasParam(AppleEvent(), kKey, &alias), -1701);
+  EXPECT_EQ(vennick::GetAliasParam(AppleEvent(), kEventKey, &alias), -1701);
   EXPECT_TRUE(alias.isNull());
   alias.bytes = "before";
-  EXPECT_EQ(vennick::GetAliasParam(eventWithText("text"), kKey, &alias), -1700);
+  EXPECT_EQ(vennick::GetAliasParam(eventWithText("text"), kEventKey, &alias), -1700);
   EXPECT_TRUE(alias.isNull());
   alias.bytes = "before";
-  EXPECT_EQ(vennick::GetAliasParam(eventWith(AEDesc::withData(macos::typeAlias, "")), kKey, &alias), -108);
+  EXPECT_EQ(vennick::GetAliasParam(eventWith(AEDesc::withData(macos::typeAlias, "")), kEventKey, &alias),
+            -108);
   EXPECT_TRUE(alias.isNull());
 }

@@ -23,10 +23,10 @@ using tests::pathOf;
 using tests::refTo;
 using tests::TestHost;
 
-constexpr const char* kFile = "/Users/anna/report.txt";
-constexpr const char* kOther = "/Users/anna/other.txt";
+constexpr const char* kItem = "/Users/anna/report.txt";
+constexpr const char* kOtherItem = "/Users/anna/other.txt";
 
-Value data(std::string bytes) { return Value(NSData{std::move(bytes)}); }
+Value bytesValue(std::string bytes) { return Value(NSData{std::move(bytes)}); }
 
 std::string littleEndian(int code) {
   return {static_cast<char>(code & 0xFF), static_cast<char>(code >> 8 & 0xFF)};
@@ -39,11 +39,11 @@ std::string checksumOf(const std::string& bytes) {
 class Item : public testing::Test {
  protected:
   Item() {
-    host.root().writeFile(kFile, "text");
-    host.root().writeFile(kOther, "text");
+    host.root().writeFile(kItem, "text");
+    host.root().writeFile(kOtherItem, "text");
   }
 
-  void setAlias(const std::string& bytes) { dictionary->set("Alias", data(bytes)); }
+  void setAlias(const std::string& bytes) { dictionary->set("Alias", bytesValue(bytes)); }
   std::string stored(std::string_view key) const {
     return std::string(std::as_const(*dictionary).data(key).value_or(""));
   }
@@ -65,14 +65,14 @@ TEST_F(Item, WithoutADictionaryDoesNothing) {
   std::string buffer = "xy";
   EXPECT_EQ(empty.name(), "");
   empty.setName("x");
-  empty.setAlias(aliasTo(kFile));
+  empty.setAlias(aliasTo(kItem));
   EXPECT_TRUE(empty.aliasHandle().isNull());
   EXPECT_FALSE(empty.aliasData());
   EXPECT_FALSE(empty.resolve());
   EXPECT_FALSE(empty.url());
   EXPECT_FALSE(empty.getFSRef(&ref));
-  empty.setURL(NSURL::fileURLWithPath(kFile));
-  empty.setFSRef(refTo(kFile));
+  empty.setURL(NSURL::fileURLWithPath(kItem));
+  empty.setFSRef(refTo(kItem));
   EXPECT_FALSE(empty.getData("Alias", buffer, &length));
   EXPECT_EQ(length, 0U);
   empty.setData("Alias", "x");
@@ -88,8 +88,8 @@ TEST_F(Item, NameThatIsNoStringIsNone) {
 }
 
 TEST_F(Item, SettingTheNameClearsTheLocationAndNothingElse) {
-  item.setAlias(aliasTo(kFile));
-  dictionary->set("CommandKey", data("12345678"));
+  item.setAlias(aliasTo(kItem));
+  dictionary->set("CommandKey", bytesValue("12345678"));
   item.setName("New");
   EXPECT_EQ(item.name(), "New");
   EXPECT_FALSE(has("URL") || has("FSRef") || has("ResolveError"));
@@ -99,35 +99,35 @@ TEST_F(Item, SettingTheNameClearsTheLocationAndNothingElse) {
 // --- setAlias
 
 TEST_F(Item, AliasIsStoredWithChecksumNameAndLocation) {
-  const AliasHandle alias = aliasTo(kFile);
+  const AliasHandle alias = aliasTo(kItem);
   dictionary->set("Name", Value("Old"));
   item.setAlias(alias);
   EXPECT_EQ(stored("Alias"), alias.bytes);
   EXPECT_EQ(stored("AliasChecksum"), checksumOf(alias.bytes));
   EXPECT_EQ(item.name(), "report.txt") << "always replaces the name";
   EXPECT_EQ(stored("FSRef").size(), 80U);
-  EXPECT_EQ(dictionary->find("URL")->ifURL()->path(), kFile);
+  EXPECT_EQ(dictionary->find("URL")->ifURL()->path(), kItem);
   EXPECT_EQ(stored("ResolveError"), littleEndian(0));
 }
 
 TEST_F(Item, NewAliasThatCannotBeResolvedIsNotKept) {
-  item.setAlias(aliasTo(kFile));
-  const AliasHandle gone = aliasTo(kOther);
-  host.root().remove(kOther);
+  item.setAlias(aliasTo(kItem));
+  const AliasHandle gone = aliasTo(kOtherItem);
+  host.root().remove(kOtherItem);
   item.setAlias(gone);
   EXPECT_FALSE(has("Alias") || has("AliasChecksum") || has("URL") || has("FSRef"));
 }
 
 // It looks like a mistake and is kept: resolve() stores every code but this one.
 TEST_F(Item, SettingAnAliasStoresVolumeGoneAlthoughResolvingDoesNot) {
-  const AliasHandle gone = aliasTo(kOther);
-  host.root().remove(kOther);
+  const AliasHandle gone = aliasTo(kOtherItem);
+  host.root().remove(kOtherItem);
   item.setAlias(gone);
   EXPECT_EQ(stored("ResolveError"), littleEndian(-124));
 }
 
 TEST_F(Item, SettingNoAliasStoresAParameterError) {
-  item.setAlias(aliasTo(kFile));
+  item.setAlias(aliasTo(kItem));
   item.setAlias(AliasHandle());
   EXPECT_FALSE(has("Alias") || has("AliasChecksum") || has("URL") || has("FSRef"));
   EXPECT_EQ(stored("ResolveError"), littleEndian(-50));
@@ -135,13 +135,13 @@ TEST_F(Item, SettingNoAliasStoresAParameterError) {
 }
 
 TEST_F(Item, IsSetFromAURLOrAReference) {
-  item.setURL(NSURL::fileURLWithPath(kFile));
-  EXPECT_EQ(urlPath(), kFile);
-  item.setFSRef(refTo(kOther));
-  EXPECT_EQ(urlPath(), kOther);
+  item.setURL(NSURL::fileURLWithPath(kItem));
+  EXPECT_EQ(urlPath(), kItem);
+  item.setFSRef(refTo(kOtherItem));
+  EXPECT_EQ(urlPath(), kOtherItem);
   item.setURL(NSURL::fileURLWithPath("/none"));
   item.setFSRef(FSRef());
-  EXPECT_EQ(urlPath(), kOther) << "nothing happens for what is not there";
+  EXPECT_EQ(urlPath(), kOtherItem) << "nothing happens for what is not there";
 }
 
 // --- aliasHandle
@@ -162,15 +162,15 @@ TEST_F(Item, AliasThatIsAbsentEmptyOrNoDataIsNone) {
 
 TEST_F(Item, ChecksumStoredByteSwappedIsAccepted) {
   setAlias("alis");
-  dictionary->set("AliasChecksum", data("\xEA\xBA"));
+  dictionary->set("AliasChecksum", bytesValue("\xEA\xBA"));
   EXPECT_EQ(item.aliasHandle().bytes, "alis");
-  dictionary->set("AliasChecksum", data("\xBA\xEA"));
+  dictionary->set("AliasChecksum", bytesValue("\xBA\xEA"));
   EXPECT_EQ(item.aliasHandle().bytes, "alis");
 }
 
 TEST_F(Item, ChecksumThatIsNotTwoBytesCountsAsAbsent) {
   setAlias("alis");
-  for (const Value& checksum : {data(""), data("x"), data("xyz"), Value(3), Value("xy")}) {
+  for (const Value& checksum : {bytesValue(""), bytesValue("x"), bytesValue("xyz"), Value(3), Value("xy")}) {
     dictionary->set("AliasChecksum", checksum);
     EXPECT_EQ(item.aliasHandle().bytes, "alis");
   }
@@ -178,7 +178,7 @@ TEST_F(Item, ChecksumThatIsNotTwoBytesCountsAsAbsent) {
 
 TEST_F(Item, CorruptedAliasIsLoggedAndRemoved) {
   setAlias("alis");
-  dictionary->set("AliasChecksum", data("xy"));
+  dictionary->set("AliasChecksum", bytesValue("xy"));
   dictionary->set("Name", Value("Größe"));
   EXPECT_TRUE(item.aliasHandle().isNull());
   EXPECT_EQ(host.log().systemMessages(),
@@ -189,7 +189,7 @@ TEST_F(Item, CorruptedAliasIsLoggedAndRemoved) {
   host.log().clear();
   dictionary->remove("Name");
   setAlias("alis");
-  dictionary->set("AliasChecksum", data("xy"));
+  dictionary->set("AliasChecksum", bytesValue("xy"));
   item.aliasHandle();
   EXPECT_EQ(host.log().systemMessages().front().second,
             "** Corrupted alias data for  - ignoring the alias **");
@@ -200,25 +200,25 @@ TEST_F(Item, ChecksumCountsTheLengthIn16Bits) {
     std::string bytes(length, '\0');
     for (std::size_t i = 0; i < length; ++i) bytes[i] = static_cast<char>(i % 256);
     setAlias(bytes);
-    dictionary->set("AliasChecksum", data(checksumOf(bytes.substr(0, length % 65'536))));
+    dictionary->set("AliasChecksum", bytesValue(checksumOf(bytes.substr(0, length % 65'536))));
     EXPECT_EQ(item.aliasHandle().bytes.size(), length);
   }
 }
 
 TEST_F(Item, RawAliasDataIsUnchecked) {
   setAlias("alis");
-  dictionary->set("AliasChecksum", data("xy"));
+  dictionary->set("AliasChecksum", bytesValue("xy"));
   EXPECT_EQ(item.aliasData(), NSData{"alis"});
 }
 
 // --- resolve
 
 TEST_F(Item, ResolvesAndKeepsTheNameThatItHas) {
-  setAlias(aliasTo(kFile).bytes);
+  setAlias(aliasTo(kItem).bytes);
   dictionary->set("Name", Value("Mine"));
   EXPECT_TRUE(item.resolve());
   EXPECT_EQ(item.name(), "Mine");
-  EXPECT_EQ(urlPath(), kFile);
+  EXPECT_EQ(urlPath(), kItem);
   EXPECT_EQ(stored("AliasChecksum"), checksumOf(stored("Alias")));
   EXPECT_EQ(stored("ResolveError"), littleEndian(0));
   dictionary->remove("Name");
@@ -228,11 +228,11 @@ TEST_F(Item, ResolvesAndKeepsTheNameThatItHas) {
 }
 
 TEST_F(Item, ThatIsResolvedIsNotResolvedAgain) {
-  setAlias(aliasTo(kFile).bytes);
+  setAlias(aliasTo(kItem).bytes);
   ASSERT_TRUE(item.resolve());
   const auto counter = host.interpose<CountingFileSystem>();
   EXPECT_TRUE(item.resolve());
-  EXPECT_EQ(urlPath(), kFile);
+  EXPECT_EQ(urlPath(), kItem);
   EXPECT_EQ(counter->total(), 0);
 }
 
@@ -244,28 +244,28 @@ TEST_F(Item, WithoutAnAliasIsNotResolvedAndNothingIsStored) {
 // "After a failed resolution with code -43, url returns null at once without resolving again until
 // clearLocations; after -124 it tries again every time."
 TEST_F(Item, AfterNotFoundIsNotTriedAgainUntilTheLocationIsCleared) {
-  setAlias(tests::changedAlias(aliasTo(kFile), [](macos::AliasRecord& record) {
+  setAlias(tests::changedAlias(aliasTo(kItem), [](macos::AliasRecord& record) {
              record.removeField(macos::AliasTag::PosixPath);
              record.removeField(macos::AliasTag::CarbonPath);
            }).bytes);
-  host.root().remove(kFile);
+  host.root().remove(kItem);
   EXPECT_EQ(urlPath(), "");
   EXPECT_EQ(stored("ResolveError"), littleEndian(-43));
-  host.root().writeFile(kFile, "back");
+  host.root().writeFile(kItem, "back");
   const auto counter = host.interpose<CountingFileSystem>();
   EXPECT_EQ(urlPath(), "");
   EXPECT_EQ(counter->total(), 0);
   item.clearLocation();
-  EXPECT_EQ(urlPath(), kFile);
+  EXPECT_EQ(urlPath(), kItem);
 }
 
 TEST_F(Item, AfterVolumeGoneIsTriedAgainEveryTime) {
-  setAlias(aliasTo(kFile).bytes);
-  host.root().remove(kFile);
+  setAlias(aliasTo(kItem).bytes);
+  host.root().remove(kItem);
   EXPECT_EQ(urlPath(), "");
   EXPECT_FALSE(has("ResolveError"));
-  host.root().writeFile(kFile, "back");
-  EXPECT_EQ(urlPath(), kFile);
+  host.root().writeFile(kItem, "back");
+  EXPECT_EQ(urlPath(), kItem);
 }
 
 TEST_F(Item, WhoseRecordIsNoneKeepsTheParameterError) {
@@ -276,8 +276,8 @@ TEST_F(Item, WhoseRecordIsNoneKeepsTheParameterError) {
 }
 
 TEST_F(Item, ResolveErrorCountsByItsPresenceAlone) {
-  setAlias(aliasTo(kFile).bytes);
-  for (const Value& value : {data(""), data("too long"), Value(0), Value("text"), Value(false)}) {
+  setAlias(aliasTo(kItem).bytes);
+  for (const Value& value : {bytesValue(""), bytesValue("too long"), Value(0), Value("text"), Value(false)}) {
     dictionary->set("ResolveError", value);
     EXPECT_EQ(urlPath(), "");
     FSRef ref;
@@ -287,7 +287,7 @@ TEST_F(Item, ResolveErrorCountsByItsPresenceAlone) {
 
 // It looks like a mistake and is kept.
 TEST_F(Item, SuccessIsStoredSoThatAMissingURLIsNotTriedAgain) {
-  setAlias(aliasTo(kFile).bytes);
+  setAlias(aliasTo(kItem).bytes);
   ASSERT_TRUE(item.resolve());
   dictionary->remove("URL");
   EXPECT_FALSE(item.resolve());
@@ -295,16 +295,16 @@ TEST_F(Item, SuccessIsStoredSoThatAMissingURLIsNotTriedAgain) {
 }
 
 TEST_F(Item, CachedLocationOfAnotherTypeOrAnothersCountsAsAbsent) {
-  setAlias(aliasTo(kFile).bytes);
-  for (const Value& ref :
-       {data(std::string(79, 'x')), data(std::string(80, 'x')), data(std::string(81, 'x')), Value(1)}) {
+  setAlias(aliasTo(kItem).bytes);
+  for (const Value& ref : {bytesValue(std::string(79, 'x')), bytesValue(std::string(80, 'x')),
+                           bytesValue(std::string(81, 'x')), Value(1)}) {
     dictionary->set("FSRef", ref);
     dictionary->set("URL", Value("file:///elsewhere"));
     dictionary->remove("ResolveError");
     FSRef found;
     ASSERT_TRUE(item.getFSRef(&found));
-    EXPECT_EQ(pathOf(found), kFile);
-    EXPECT_EQ(urlPath(), kFile);
+    EXPECT_EQ(pathOf(found), kItem);
+    EXPECT_EQ(urlPath(), kItem);
   }
 }
 
@@ -315,7 +315,7 @@ TEST_F(Item, KnowsItsTargetsServer) {
   ASSERT_TRUE(item.resolve());
   EXPECT_EQ(stored("IsOnServer"), "\1");
   EXPECT_TRUE(item.isOnServer());
-  setAlias(aliasTo(kFile).bytes);
+  setAlias(aliasTo(kItem).bytes);
   dictionary->remove("AliasChecksum");
   item.clearLocation();
   ASSERT_TRUE(item.resolve());
@@ -326,13 +326,13 @@ TEST_F(Item, KnowsItsTargetsServer) {
 
 TEST_F(Item, InAFolderListLeadsToTheFolder) {
   CFItem inFolderList(dictionary, ResolveMode::FolderList);
-  inFolderList.setAlias(aliasTo(kFile));
+  inFolderList.setAlias(aliasTo(kItem));
   EXPECT_EQ(inFolderList.url()->path(), "/Users/anna");
   EXPECT_EQ(stored("Alias"), aliasTo("/Users/anna").bytes) << "the refreshed record is stored";
 }
 
 TEST_F(Item, WhoseAliasLeadsToAnAliasFileOfADocumentStaysThere) {
-  tests::writeAliasFile("/Users/anna/alias", kFile);
+  tests::writeAliasFile("/Users/anna/alias", kItem);
   item.setAlias(aliasTo("/Users/anna/alias"));
   EXPECT_EQ(urlPath(), "/Users/anna/alias");
 }
@@ -340,7 +340,7 @@ TEST_F(Item, WhoseAliasLeadsToAnAliasFileOfADocumentStaysThere) {
 // --- Data
 
 TEST_F(Item, DataIsCopiedOnlyWhenItFits) {
-  dictionary->set("Key", data("abc"));
+  dictionary->set("Key", bytesValue("abc"));
   std::size_t length = 0;
   std::string buffer = "....";
   EXPECT_TRUE(item.getData("Key", buffer, &length));

@@ -20,7 +20,7 @@ using vennick::tests::refTo;
 namespace vennick {
 namespace {
 
-constexpr const char* kFolder = "/Users/anna/folder";
+constexpr const char* kDeletedFolder = "/Users/anna/folder";
 using Names = std::vector<std::string>;
 
 class Deletion : public testing::Test {
@@ -54,21 +54,21 @@ TEST_F(Deletion, DeleteObjectRecursivelyOfAnItemThatIsGoneIsNotFound) {
 
 TEST_F(Deletion, DeletesAFileAndNothingElse) {
   EXPECT_EQ(deleteRecursively("/Users/anna/folder/a"), 0);
-  EXPECT_EQ(host_.root().names(kFolder), Names({"b"}));
+  EXPECT_EQ(host_.root().names(kDeletedFolder), Names({"b"}));
 }
 
 TEST_F(Deletion, DeletesAFolderAfterAllThatIsInIt) {
-  EXPECT_EQ(deleteRecursively(kFolder), 0);
-  EXPECT_FALSE(exists(kFolder));
+  EXPECT_EQ(deleteRecursively(kDeletedFolder), 0);
+  EXPECT_FALSE(exists(kDeletedFolder));
   EXPECT_TRUE(exists("/Users/anna"));
 }
 
 TEST_F(Deletion, DeletesManyItemsInADeepFolder) {
-  std::string path = kFolder;
+  std::string path = kDeletedFolder;
   for (int depth = 0; depth < 60; ++depth) path += "/x";
   for (int i = 0; i < 1500; ++i) host_.root().writeFile(path + "/" + std::to_string(i), "");
-  EXPECT_EQ(deleteRecursively(kFolder), 0);
-  EXPECT_FALSE(exists(kFolder));
+  EXPECT_EQ(deleteRecursively(kDeletedFolder), 0);
+  EXPECT_FALSE(exists(kDeletedFolder));
 }
 
 TEST_F(Deletion, EmptiesAFolderOfPartnersWithAndWithoutTheirItems) {
@@ -76,15 +76,15 @@ TEST_F(Deletion, EmptiesAFolderOfPartnersWithAndWithoutTheirItems) {
   host_.root().writeFile("/Users/anna/folder/._a", "");
   host_.root().writeFile("/Users/anna/folder/._lost", "");
   host_.root().writeFile("/Users/anna/folder/b/._c", "");
-  EXPECT_EQ(deleteRecursively(kFolder), 0);
-  EXPECT_FALSE(exists(kFolder));
+  EXPECT_EQ(deleteRecursively(kDeletedFolder), 0);
+  EXPECT_FALSE(exists(kDeletedFolder));
   EXPECT_FALSE(exists("/Users/anna/._folder"));
 }
 
 TEST_F(Deletion, DeletesWhatIsNeitherFileNorFolder) {
   ASSERT_EQ(::mkfifo(host_.root().hostPath("/Users/anna/folder/pipe").c_str(), 0600), 0);
-  EXPECT_EQ(deleteRecursively(kFolder), 0);
-  EXPECT_FALSE(exists(kFolder));
+  EXPECT_EQ(deleteRecursively(kDeletedFolder), 0);
+  EXPECT_FALSE(exists(kDeletedFolder));
 }
 
 TEST_F(Deletion, NeverFollowsLinks) {
@@ -93,8 +93,8 @@ TEST_F(Deletion, NeverFollowsLinks) {
   host_.root().makeLink("/Users/anna/folder/to file", "../kept/file");
   host_.root().makeLink("/Users/anna/folder/to itself", "/Users/anna/folder");
   host_.root().makeLink("/Users/anna/folder/nowhere", "/none");
-  EXPECT_EQ(deleteRecursively(kFolder), 0);
-  EXPECT_FALSE(exists(kFolder));
+  EXPECT_EQ(deleteRecursively(kDeletedFolder), 0);
+  EXPECT_FALSE(exists(kDeletedFolder));
   EXPECT_TRUE(exists("/Users/anna/kept/file"));
   host_.root().makeLink("/Users/anna/link", "kept");
   EXPECT_EQ(deleteRecursively("/Users/anna/link"), 0);
@@ -102,7 +102,7 @@ TEST_F(Deletion, NeverFollowsLinks) {
 }
 
 TEST_F(Deletion, StopsAtTheFirstError) {
-  const FSRef folder = refTo(kFolder);
+  const FSRef folder = refTo(kDeletedFolder);
   host_.interpose<tests::FailingFileSystem>(2, EACCES, tests::Operations::Changes);
   EXPECT_EQ(DeleteObjectRecursively(&folder), macos::afpAccessDenied);
   // In the order of the names: "a" is gone, "b/c/d" could not be deleted.
@@ -112,7 +112,7 @@ TEST_F(Deletion, StopsAtTheFirstError) {
 }
 
 TEST_F(Deletion, StopsAtAFolderThatCannotBeRead) {
-  const FSRef folder = refTo(kFolder);
+  const FSRef folder = refTo(kDeletedFolder);
   class Unreadable : public ForwardingFileSystem {
     using ForwardingFileSystem::ForwardingFileSystem;
     macos::Status before(const FileEvent& event) override {
@@ -126,22 +126,22 @@ TEST_F(Deletion, StopsAtAFolderThatCannotBeRead) {
 }
 
 TEST_F(Deletion, UnlocksLockedItems) {
-  const FSRef folder = refTo(kFolder);
+  const FSRef folder = refTo(kDeletedFolder);
   host_.interpose<LockingFileSystem>(std::set<std::string>{"/Users/anna/folder/a", "/Users/anna/folder/b/e"});
   EXPECT_EQ(DeleteObjectRecursively(&folder), 0);
-  EXPECT_FALSE(exists(kFolder));
+  EXPECT_FALSE(exists(kDeletedFolder));
 }
 
 TEST_F(Deletion, UnlocksItemsThatTheMachineItselfLocks) {
   if (!host_.files().setImmutable("/Users/anna/folder/a", true).ok()) {
     GTEST_SKIP() << "nothing can be locked here";
   }
-  EXPECT_EQ(deleteRecursively(kFolder), 0);
-  EXPECT_FALSE(exists(kFolder));
+  EXPECT_EQ(deleteRecursively(kDeletedFolder), 0);
+  EXPECT_FALSE(exists(kDeletedFolder));
 }
 
 TEST_F(Deletion, StopsAtALockedItemThatCannotBeUnlocked) {
-  const FSRef folder = refTo(kFolder);
+  const FSRef folder = refTo(kDeletedFolder);
   host_.interpose<LockingFileSystem>(std::set<std::string>{"/Users/anna/folder/b/c/d"},
                                      LockingFileSystem::Unlocking::Refused);
   EXPECT_EQ(DeleteObjectRecursively(&folder), -45);
@@ -157,23 +157,23 @@ TEST_F(Deletion, UnlocksALockedFolderAfterItIsEmpty) {
       std::set<std::string>{"/Users/anna/folder/b/c", "/Users/anna/folder"});
   EXPECT_EQ(DeleteObjectRecursively(&empty), 0);
   // A locked folder lets nothing in it be deleted, and its contents come first.
-  const FSRef folder = refTo(kFolder);
+  const FSRef folder = refTo(kDeletedFolder);
   EXPECT_NE(DeleteObjectRecursively(&folder), 0);
   EXPECT_TRUE(exists("/Users/anna/folder/a"));
-  EXPECT_TRUE(locking->isLocked(kFolder));
+  EXPECT_TRUE(locking->isLocked(kDeletedFolder));
 }
 
 TEST_F(Deletion, PassesOverWhatSomebodyElseTookAwayMeanwhile) {
-  const FSRef folder = refTo(kFolder);
+  const FSRef folder = refTo(kDeletedFolder);
   host_.root().writeFile("/Users/anna/folder/._b", "its folder goes first");
   host_.interpose<MeddlingFileSystem>(FileOperation::RemoveFile, "/Users/anna/folder/a",
                                       [this] { host_.root().remove("/Users/anna/folder/b"); });
   EXPECT_EQ(DeleteObjectRecursively(&folder), 0);
-  EXPECT_FALSE(exists(kFolder));
+  EXPECT_FALSE(exists(kDeletedFolder));
 }
 
 TEST_F(Deletion, LeavesWhatSomebodyElseAddedMeanwhile) {
-  const FSRef folder = refTo(kFolder);
+  const FSRef folder = refTo(kDeletedFolder);
   host_.interpose<MeddlingFileSystem>(FileOperation::RemoveFile, "/Users/anna/folder/b/c/d", [this] {
     host_.root().writeFile("/Users/anna/folder/b/c/new", "new");
   });
@@ -182,16 +182,17 @@ TEST_F(Deletion, LeavesWhatSomebodyElseAddedMeanwhile) {
 }
 
 TEST_F(Deletion, DoesNotTakeALinkForTheFolderThatItReplaced) {
-  const FSRef folder = refTo(kFolder);
+  const FSRef folder = refTo(kDeletedFolder);
   host_.root().writeFile("/Users/anna/kept/file", "");
-  ASSERT_TRUE(host_.files().rename(kFolder, "/Users/anna/kept/folder", macos::FileSystem::Replace::No).ok());
-  host_.root().makeLink(kFolder, "/Users/anna/kept");
+  ASSERT_TRUE(
+      host_.files().rename(kDeletedFolder, "/Users/anna/kept/folder", macos::FileSystem::Replace::No).ok());
+  host_.root().makeLink(kDeletedFolder, "/Users/anna/kept");
   EXPECT_EQ(DeleteObjectRecursively(&folder), -43);
   EXPECT_TRUE(exists("/Users/anna/kept/file"));
 }
 
 TEST_F(Deletion, DoesNotFollowALinkThatTakesAFoldersPlaceMeanwhile) {
-  const FSRef folder = refTo(kFolder);
+  const FSRef folder = refTo(kDeletedFolder);
   host_.root().writeFile("/Users/anna/kept/e", "");
   host_.interpose<MeddlingFileSystem>(FileOperation::RemoveFile, "/Users/anna/folder/a", [this] {
     host_.root().remove("/Users/anna/folder/b");

@@ -22,7 +22,7 @@ using vennick::tests::refTo;
 namespace vennick {
 namespace {
 
-constexpr const char* kFile = "/Users/anna/Documents/a.txt";
+constexpr const char* kDocument = "/Users/anna/Documents/a.txt";
 constexpr const char* kInTrash = "/Users/anna/.Trash/a.txt";
 using Events = std::vector<std::string>;
 
@@ -40,9 +40,9 @@ double secondsTaken(const std::function<void()>& work) {
 
 class FinderRequests : public testing::Test {
  protected:
-  FinderRequests() { host_.root().writeFile(kFile, "text"); }
+  FinderRequests() { host_.root().writeFile(kDocument, "text"); }
 
-  std::string sizeOfAlias() { return std::to_string(aliasTo(kFile).bytes.size()); }
+  std::string sizeOfAlias() { return std::to_string(aliasTo(kDocument).bytes.size()); }
   std::string moveEvent() {
     return "core/move reco{insh:obj "
            "{form:enum(prop),want:type(prop),seld:type(trsh),from:null(0)},----:alis(" +
@@ -50,7 +50,7 @@ class FinderRequests : public testing::Test {
   }
   std::string updateEvent() { return "fndr/fupd reco{----:alis(" + sizeOfAlias() + ")}"; }
 
-  bool isInPlace() { return host_.root().exists(kFile); }
+  bool isInPlace() { return host_.root().exists(kDocument); }
   bool isInTrash() { return host_.root().exists(kInTrash); }
 
   tests::TestHost host_{onTheMachinesClock()};
@@ -61,7 +61,7 @@ class FinderRequests : public testing::Test {
 TEST_F(FinderRequests, FinderMovesTheItemAndTheReferenceIsUnchanged) {
   const std::string event = moveEvent();
   const FinderStandIn finder(host_, FinderManner::Moves);
-  FSRef ref = refTo(kFile);
+  FSRef ref = refTo(kDocument);
   const FSRef given = ref;
   EXPECT_EQ(MoveToTrash(ref, true), 0);
   EXPECT_EQ(ref.hidden, given.hidden);
@@ -72,7 +72,7 @@ TEST_F(FinderRequests, FinderMovesTheItemAndTheReferenceIsUnchanged) {
 
 TEST_F(FinderRequests, FinderThatAnswersWithAnErrorNumberOfZeroHasMovedTheItem) {
   const FinderStandIn finder(host_, FinderManner::MovesAndSaysZero);
-  FSRef ref = refTo(kFile);
+  FSRef ref = refTo(kDocument);
   const FSRef given = ref;
   EXPECT_EQ(MoveToTrash(ref, true), 0);
   EXPECT_EQ(ref.hidden, given.hidden);
@@ -81,7 +81,7 @@ TEST_F(FinderRequests, FinderThatAnswersWithAnErrorNumberOfZeroHasMovedTheItem) 
 
 TEST_F(FinderRequests, FinderThatTakesTwoSecondsIsWaitedFor) {
   const FinderStandIn finder(host_, FinderManner::IsSlow);
-  FSRef ref = refTo(kFile);
+  FSRef ref = refTo(kDocument);
   const double seconds = secondsTaken([&] { EXPECT_EQ(MoveToTrash(ref, true), 0); });
   EXPECT_GE(seconds, 2.0);
   // It says that it did it.
@@ -90,7 +90,7 @@ TEST_F(FinderRequests, FinderThatTakesTwoSecondsIsWaitedFor) {
 
 TEST_F(FinderRequests, ItemIsMovedDirectlyWhenTheFinderRefuses) {
   const FinderStandIn finder(host_, FinderManner::Refuses);
-  FSRef ref = refTo(kFile);
+  FSRef ref = refTo(kDocument);
   EXPECT_EQ(MoveToTrash(ref, true), 0);
   EXPECT_EQ(finder.events().size(), 1U);
   EXPECT_EQ(pathOf(ref), kInTrash);
@@ -98,7 +98,7 @@ TEST_F(FinderRequests, ItemIsMovedDirectlyWhenTheFinderRefuses) {
 
 TEST_F(FinderRequests, ItemIsMovedDirectlyWhenTheFinderDoesNotAnswerForFiveSeconds) {
   const FinderStandIn finder(host_, FinderManner::IsStuck);
-  FSRef ref = refTo(kFile);
+  FSRef ref = refTo(kDocument);
   const double seconds = secondsTaken([&] { EXPECT_EQ(MoveToTrash(ref, true), 0); });
   EXPECT_GE(seconds, 5.0);
   EXPECT_LT(seconds, 10.0);
@@ -107,21 +107,21 @@ TEST_F(FinderRequests, ItemIsMovedDirectlyWhenTheFinderDoesNotAnswerForFiveSecon
 
 TEST_F(FinderRequests, ItemIsMovedDirectlyWhenTheFinderDies) {
   const FinderStandIn finder(host_, FinderManner::Dies);
-  FSRef ref = refTo(kFile);
+  FSRef ref = refTo(kDocument);
   EXPECT_EQ(MoveToTrash(ref, true), 0);
   EXPECT_EQ(pathOf(ref), kInTrash);
 }
 
 TEST_F(FinderRequests, ItemThatTheFinderMovedBeforeItDiedIsNotFoundAnyMore) {
   const FinderStandIn finder(host_, FinderManner::MovesAndDies);
-  FSRef ref = refTo(kFile);
+  FSRef ref = refTo(kDocument);
   EXPECT_EQ(MoveToTrash(ref, true), -43);
   EXPECT_TRUE(isInTrash());
 }
 
 TEST_F(FinderRequests, ItemIsMovedDirectlyWhenNoFinderRunsOrNoneIsToBeAsked) {
   EXPECT_FALSE(isFinderRunning());
-  FSRef ref = refTo(kFile);
+  FSRef ref = refTo(kDocument);
   EXPECT_EQ(MoveToTrash(ref, true), 0);
   EXPECT_EQ(pathOf(ref), kInTrash);
 
@@ -145,7 +145,7 @@ TEST_F(FinderRequests, FinderIsNotAskedAboutAnItemThatIsGone) {
 TEST_F(FinderRequests, AnswerOfTheFinderIsTheResultOfTheRequest) {
   {
     const FinderStandIn finder(host_, FinderManner::Refuses);
-    EXPECT_EQ(AskFinderToMoveToTrash(refTo(kFile)), -1728);
+    EXPECT_EQ(AskFinderToMoveToTrash(refTo(kDocument)), -1728);
   }
   EXPECT_TRUE(isInPlace());
 }
@@ -156,7 +156,7 @@ TEST_F(FinderRequests, TouchAndNotifyFinderDatesTheFolderAndSendsTheEvent) {
   const FinderStandIn finder(host_, FinderManner::Accepts);
   ASSERT_TRUE(host_.files().setModified("/Users/anna/Documents", 0).ok());
   const auto before = host_.host().clock().now();
-  EXPECT_EQ(TouchAndNotifyFinder(refTo(kFile)), 0);
+  EXPECT_EQ(TouchAndNotifyFinder(refTo(kDocument)), 0);
   const auto after = host_.host().clock().now();
   EXPECT_EQ(finder.waitForEvents(1), Events({updateEvent()}));
   const auto modified = host_.files().info("/Users/anna/Documents", macos::FollowLinks::No)->modified;
@@ -167,19 +167,19 @@ TEST_F(FinderRequests, TouchAndNotifyFinderDatesTheFolderAndSendsTheEvent) {
 
 TEST_F(FinderRequests, TouchAndNotifyFinderDoesNotWaitForTheFinder) {
   const FinderStandIn finder(host_, FinderManner::IsStuck);
-  EXPECT_LT(secondsTaken([] { EXPECT_EQ(TouchAndNotifyFinder(refTo(kFile)), 0); }), 4.0);
+  EXPECT_LT(secondsTaken([] { EXPECT_EQ(TouchAndNotifyFinder(refTo(kDocument)), 0); }), 4.0);
   EXPECT_EQ(finder.waitForEvents(1).size(), 1U);
 }
 
 TEST_F(FinderRequests, TouchAndNotifyFinderWithoutAFinderDatesTheFolderAndFindsNoProcess) {
   ASSERT_TRUE(host_.files().setModified("/Users/anna/Documents", 0).ok());
-  EXPECT_EQ(TouchAndNotifyFinder(refTo(kFile)), -600);
+  EXPECT_EQ(TouchAndNotifyFinder(refTo(kDocument)), -600);
   EXPECT_GT(host_.files().info("/Users/anna/Documents", macos::FollowLinks::No)->modified, 0);
 }
 
 TEST_F(FinderRequests, TouchAndNotifyFinderSendsTheEventAlthoughTheFolderCannotBeDated) {
   const FinderStandIn finder(host_, FinderManner::Accepts);
-  const FSRef ref = refTo(kFile);
+  const FSRef ref = refTo(kDocument);
   host_.interpose<tests::FailingFileSystem>(1, EPERM, tests::Operations::Changes);
   EXPECT_EQ(TouchAndNotifyFinder(ref), 0);
   EXPECT_EQ(finder.waitForEvents(1).size(), 1U);
@@ -188,9 +188,9 @@ TEST_F(FinderRequests, TouchAndNotifyFinderSendsTheEventAlthoughTheFolderCannotB
 // The code is then that of setting the date, which went well.
 TEST_F(FinderRequests, TouchAndNotifyFinderAnswersTheDatesCodeWhenNoAliasCanBeMade) {
   const FinderStandIn finder(host_, FinderManner::Accepts);
-  FSRef ref = refTo(kFile);
+  FSRef ref = refTo(kDocument);
   host_.interpose<MeddlingFileSystem>(FileOperation::SetModified, "/Users/anna/Documents",
-                                      [this] { host_.root().remove(kFile); });
+                                      [this] { host_.root().remove(kDocument); });
   EXPECT_EQ(TouchAndNotifyFinder(ref), 0);
   EXPECT_FALSE(isInPlace());
   EXPECT_EQ(TouchAndNotifyFinder(ref), -43);

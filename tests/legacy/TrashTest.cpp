@@ -23,7 +23,7 @@ using vennick::tests::refTo;
 namespace vennick {
 namespace {
 
-constexpr const char* kFile = "/Users/anna/Documents/a.txt";
+constexpr const char* kTrashed = "/Users/anna/Documents/a.txt";
 constexpr const char* kTrash = "/Users/anna/.Trash";
 using Names = std::vector<std::string>;
 
@@ -59,7 +59,7 @@ class ClosedFolder : public ForwardingFileSystem {
 class Trash : public testing::Test {
  protected:
   Trash() {
-    host_.root().writeFile(kFile, "text");
+    host_.root().writeFile(kTrashed, "text");
     host_.root().makeFolder("/Volumes/Disk");
     host_.volumes().change("/Volumes/Disk", [](macos::VolumeInfo&) {});
   }
@@ -75,7 +75,7 @@ class Trash : public testing::Test {
 
 TEST_F(Trash, MovesAnItemWithItsPartnerToTheUsersTrashAndTheReferenceWithIt) {
   host_.root().writeFile("/Users/anna/Documents/._a.txt", "partner");
-  FSRef ref = refTo(kFile);
+  FSRef ref = refTo(kTrashed);
   EXPECT_EQ(MoveToTrash(ref, false), 0);
   EXPECT_EQ(pathOf(ref), inTrash("a.txt"));
   EXPECT_EQ(host_.root().names(kTrash), Names({"._a.txt", "a.txt"}));
@@ -110,7 +110,7 @@ TEST_F(Trash, LeavesAnItemThatIsInTheTrashAsItIs) {
 // The extension is a part of the name.
 TEST_F(Trash, GivesTheItemTheNameOfACopyWhenItsNameIsTaken) {
   host_.root().writeFile(inTrash("a.txt"), "older");
-  FSRef ref = refTo(kFile);
+  FSRef ref = refTo(kTrashed);
   EXPECT_EQ(MoveToTrash(ref, false), 0);
   EXPECT_EQ(pathOf(ref), inTrash("a.txt copy"));
   EXPECT_EQ(host_.root().readFile(inTrash("a.txt")), "older");
@@ -121,7 +121,7 @@ TEST_F(Trash, NumbersFurtherCopiesOfTheNameAsItWasBeforeTheFirstAttempt) {
   for (int number = 0; number < 4; ++number) {
     host_.root().writeFile(inTrash(copyName("a.txt", number)), "older");
   }
-  FSRef ref = refTo(kFile);
+  FSRef ref = refTo(kTrashed);
   EXPECT_EQ(MoveToTrash(ref, false), 0);
   EXPECT_EQ(pathOf(ref), inTrash("a.txt copy 4"));
   EXPECT_EQ(host_.root().names("/Users/anna/Documents"), Names());
@@ -131,7 +131,7 @@ TEST_F(Trash, NameIsTakenByItemsOfEveryKind) {
   host_.root().makeFolder(inTrash("a.txt"));
   host_.root().makeLink(inTrash("a.txt copy"), "nowhere");
   host_.root().writeFile(inTrash("._a.txt copy 2"), "a partner without an item");
-  FSRef ref = refTo(kFile);
+  FSRef ref = refTo(kTrashed);
   EXPECT_EQ(MoveToTrash(ref, false), 0);
   EXPECT_EQ(host_.root().names(kTrash), Names({"._a.txt copy 2", "a.txt", "a.txt copy", "a.txt copy 3"}));
 }
@@ -139,7 +139,7 @@ TEST_F(Trash, NameIsTakenByItemsOfEveryKind) {
 TEST_F(Trash, RenameThatFailsDoesNotEndTheAttempts) {
   host_.root().writeFile(inTrash("a.txt"), "older");
   host_.root().writeFile("/Users/anna/Documents/a.txt copy", "in the way");
-  FSRef ref = refTo(kFile);
+  FSRef ref = refTo(kTrashed);
   EXPECT_EQ(MoveToTrash(ref, false), 0);
   EXPECT_EQ(pathOf(ref), inTrash("a.txt copy 2"));
   EXPECT_EQ(host_.root().readFile("/Users/anna/Documents/a.txt copy"), "in the way");
@@ -165,7 +165,7 @@ TEST_F(Trash, GivesUpAfter999Attempts) {
 // A rename does not help against any other failure, and is tried against all of them.
 TEST_F(Trash, RenamesTheItemAfterAFailureOfAnyKind) {
   host_.root().makeFolder(kTrash);
-  FSRef ref = refTo(kFile);
+  FSRef ref = refTo(kTrashed);
   const auto closed = host_.interpose<ClosedFolder>(kTrash);
   EXPECT_EQ(MoveToTrash(ref, false), -5000);
   EXPECT_EQ(closed->attempts, 999);
@@ -175,8 +175,8 @@ TEST_F(Trash, RenamesTheItemAfterAFailureOfAnyKind) {
 }
 
 TEST_F(Trash, LockedItemStaysAsItIs) {
-  FSRef ref = refTo(kFile);
-  host_.interpose<LockingFileSystem>(std::set<std::string>{kFile});
+  FSRef ref = refTo(kTrashed);
+  host_.interpose<LockingFileSystem>(std::set<std::string>{kTrashed});
   EXPECT_EQ(MoveToTrash(ref, false), -45);
   EXPECT_EQ(host_.root().names("/Users/anna/Documents"), Names({"a.txt"}));
 }
@@ -199,11 +199,11 @@ TEST_F(Trash, CopyIsNamedInTheUsersLanguage) {
   tests::setLanguages(host_.root(), {"de"});
   tests::TestHost german(options);
   host_.root().writeFile(inTrash("a.txt"), "");
-  FSRef ref = refTo(kFile);
+  FSRef ref = refTo(kTrashed);
   EXPECT_EQ(MoveToTrash(ref, false), 0);
   EXPECT_EQ(pathOf(ref), inTrash("a.txt Kopie"));
-  host_.root().writeFile(kFile, "");
-  ref = refTo(kFile);
+  host_.root().writeFile(kTrashed, "");
+  ref = refTo(kTrashed);
   EXPECT_EQ(MoveToTrash(ref, false), 0);
   EXPECT_EQ(pathOf(ref), inTrash("2. Kopie von a.txt"));
 }
@@ -222,7 +222,7 @@ TEST_F(Trash, CopiesToTheUsersTrashWhereTheVolumesOwnCannotBeMade) {
   EXPECT_EQ(host_.root().readFile(inTrash("folder/b")), "b");
   EXPECT_EQ(host_.root().snapshot(inTrash("folder")).at("link"), "link /Users/anna/Documents");
   EXPECT_EQ(host_.root().names("/Volumes/Disk"), Names({".Trashes"}));
-  EXPECT_TRUE(host_.root().exists(kFile));
+  EXPECT_TRUE(host_.root().exists(kTrashed));
 }
 
 TEST_F(Trash, CopiesFromARealVolume) {
@@ -289,23 +289,23 @@ TEST_F(Trash, ThatCannotBeMadeAnywhereLeavesTheItemWhereItIs) {
   makeVolumeWithoutTrash();
   host_.root().writeFile(kTrash, "a file in its place");
   host_.root().writeFile("/Volumes/Disk/b", "b");
-  for (const char* path : {kFile, "/Volumes/Disk/b"}) {
+  for (const char* path : {kTrashed, "/Volumes/Disk/b"}) {
     FSRef ref = refTo(path);
     EXPECT_EQ(MoveToTrash(ref, false), macos::errFSNotAFolder) << path;
     EXPECT_EQ(pathOf(ref), path);
   }
   host_.root().remove(kTrash);
-  FSRef ref = refTo(kFile);
+  FSRef ref = refTo(kTrashed);
   host_.interpose<FailingFileSystem>(1, EROFS, Operations::Changes, FailingFileSystem::Lasting::Yes);
   EXPECT_EQ(MoveToTrash(ref, false), -5000);
-  EXPECT_TRUE(host_.root().exists(kFile));
+  EXPECT_TRUE(host_.root().exists(kTrashed));
 }
 
 TEST_F(Trash, ItemThatIsGoneIsNotFound) {
   FSRef none;
   EXPECT_EQ(MoveToTrash(none, false), -43);
-  FSRef gone = refTo(kFile);
-  host_.root().remove(kFile);
+  FSRef gone = refTo(kTrashed);
+  host_.root().remove(kTrashed);
   EXPECT_EQ(MoveToTrash(gone, false), -43);
   EXPECT_FALSE(host_.root().exists(kTrash));
 }

@@ -21,7 +21,7 @@ void setSystemVersion(TestHost& host, const std::string& version) {
                         tests::infoPropertyList("<key>ProductVersion</key><string>" + version + "</string>"));
 }
 
-NSURL url(std::string_view path) { return NSURL::fileURLWithPath(path); }
+NSURL cloudURL(std::string_view path) { return NSURL::fileURLWithPath(path); }
 
 TEST(ICloud, TheStorageFolderCountsFrom1015OnWhereItExists) {
   const auto uses = [](const std::string& version, bool exists) {
@@ -58,7 +58,7 @@ TEST(ICloud, WithTheStorageFolderTheDriveIsTheRootItself) {
   EXPECT_EQ(mobileDocumentsPath(), kMobile);
   EXPECT_EQ(iCloudDriveURL(), iCloudRootURL());
   EXPECT_TRUE(pathIsiCloudDriveFolder(iCloudRootURL()));
-  EXPECT_FALSE(pathIsiCloudDriveFolder(url(kStorage + "/com~apple~CloudDocs")));
+  EXPECT_FALSE(pathIsiCloudDriveFolder(cloudURL(kStorage + "/com~apple~CloudDocs")));
 }
 
 TEST(ICloud, TheLocationsAreFoundOutOnceAndNeverAgain) {
@@ -74,15 +74,15 @@ TEST(ICloud, LinksInTheLocationsAreResolved) {
   host.root().makeFolder("/Volumes/Disk/Documents in Cloud");
   host.root().makeLink(kMobile, "/Volumes/Disk/Documents in Cloud");
   EXPECT_EQ(iCloudPath(), "/Volumes/Disk/Documents in Cloud");
-  EXPECT_TRUE(pathIsOniCloud(url("/Volumes/Disk/Documents in Cloud/x")));
+  EXPECT_TRUE(pathIsOniCloud(cloudURL("/Volumes/Disk/Documents in Cloud/x")));
 }
 
 TEST(ICloud, APathIsOnICloudWhenItBeginsLikeIt) {
   TestHost host;
-  EXPECT_TRUE(pathIsOniCloud(url(kMobile + "/x")));
-  EXPECT_TRUE(pathIsOniCloud(url(kMobile)));
-  EXPECT_TRUE(pathIsOniCloud(url(kMobile + " 2/x"))) << "deliberately no separator has to follow";
-  EXPECT_FALSE(pathIsOniCloud(url(kLibrary + "Other")));
+  EXPECT_TRUE(pathIsOniCloud(cloudURL(kMobile + "/x")));
+  EXPECT_TRUE(pathIsOniCloud(cloudURL(kMobile)));
+  EXPECT_TRUE(pathIsOniCloud(cloudURL(kMobile + " 2/x"))) << "deliberately no separator has to follow";
+  EXPECT_FALSE(pathIsOniCloud(cloudURL(kLibrary + "Other")));
   EXPECT_TRUE(pathIsOniCloud(*NSURL::URLWithString("http://h/Users/anna/Library/Mobile%20Documents/x")))
       << "the text of the path counts, whatever the scheme";
   EXPECT_FALSE(pathIsOniCloud(NSURL()));
@@ -92,26 +92,26 @@ TEST(ICloud, AnItemBelowThroughALinkIsOnICloudToo) {
   TestHost host;
   host.root().writeFile(kMobile + "/com~apple~CloudDocs/x", "");
   host.root().makeLink("/Users/anna/cloud", kMobile + "/com~apple~CloudDocs");
-  EXPECT_TRUE(pathIsOniCloud(url("/Users/anna/cloud/x")));
-  EXPECT_FALSE(pathIsOniCloud(url("/Users/anna/cloud/none")));
+  EXPECT_TRUE(pathIsOniCloud(cloudURL("/Users/anna/cloud/x")));
+  EXPECT_FALSE(pathIsOniCloud(cloudURL("/Users/anna/cloud/none")));
 }
 
 TEST(ICloud, AHomeNamedWithAnUmlautIsTheSameInURLs) {
   const auto root = std::make_shared<tests::TemporaryRoot>();
   root->makeFolder("/Users/j\u00FCrgen/Library/Mobile Documents");
   TestHost host({.root = root, .home = "/Users/j\u00FCrgen"});
-  EXPECT_TRUE(pathIsOniCloud(url("/Users/j\u00FCrgen/Library/Mobile Documents/x")));
+  EXPECT_TRUE(pathIsOniCloud(cloudURL("/Users/j\u00FCrgen/Library/Mobile Documents/x")));
   EXPECT_TRUE(pathIsiCloudRootFolder(iCloudRootURL()));
 }
 
 TEST(ICloud, DesktopAndDocumentsAreThoseInTheDrive) {
   TestHost host;
   const std::string drive = kMobile + "/com~apple~CloudDocs";
-  EXPECT_TRUE(pathIsiCloudDesktopFolder(url(drive + "/Desktop")));
-  EXPECT_TRUE(pathIsiCloudDocumentsFolder(url(drive + "/Documents")));
-  EXPECT_FALSE(pathIsiCloudDesktopFolder(url(drive + "/Documents")));
-  EXPECT_FALSE(pathIsiCloudDocumentsFolder(url(drive + "/x/Documents")));
-  EXPECT_FALSE(pathIsiCloudDesktopFolder(url("/Users/anna/Desktop"))) << "not on iCloud";
+  EXPECT_TRUE(pathIsiCloudDesktopFolder(cloudURL(drive + "/Desktop")));
+  EXPECT_TRUE(pathIsiCloudDocumentsFolder(cloudURL(drive + "/Documents")));
+  EXPECT_FALSE(pathIsiCloudDesktopFolder(cloudURL(drive + "/Documents")));
+  EXPECT_FALSE(pathIsiCloudDocumentsFolder(cloudURL(drive + "/x/Documents")));
+  EXPECT_FALSE(pathIsiCloudDesktopFolder(cloudURL("/Users/anna/Desktop"))) << "not on iCloud";
 }
 
 TEST(ICloud, TheUsersOwnFoldersCountWhereTheyAreOnICloud) {
@@ -126,14 +126,14 @@ TEST(ICloud, TheUsersOwnFoldersCountWhereTheyAreOnICloud) {
 
 TEST(ICloud, ApplicationsHaveContainersAtTheTopAndDocumentsInThem) {
   TestHost host;
-  EXPECT_TRUE(pathIsiCloudAppFolder(url(kMobile + "/com~apple~Pages")));
-  EXPECT_FALSE(pathIsiCloudAppFolder(url(kMobile + "/com~apple~CloudDocs")));
-  EXPECT_FALSE(pathIsiCloudAppFolder(url(kMobile + "/com~apple~Pages/x")));
-  EXPECT_TRUE(pathIsiCloudAppDocumentsFolder(url(kMobile + "/com~apple~Pages/Documents")));
-  EXPECT_FALSE(pathIsiCloudAppDocumentsFolder(url(kMobile + "/com~apple~CloudDocs/Documents")))
+  EXPECT_TRUE(pathIsiCloudAppFolder(cloudURL(kMobile + "/com~apple~Pages")));
+  EXPECT_FALSE(pathIsiCloudAppFolder(cloudURL(kMobile + "/com~apple~CloudDocs")));
+  EXPECT_FALSE(pathIsiCloudAppFolder(cloudURL(kMobile + "/com~apple~Pages/x")));
+  EXPECT_TRUE(pathIsiCloudAppDocumentsFolder(cloudURL(kMobile + "/com~apple~Pages/Documents")));
+  EXPECT_FALSE(pathIsiCloudAppDocumentsFolder(cloudURL(kMobile + "/com~apple~CloudDocs/Documents")))
       << "that is the Drive's";
-  EXPECT_FALSE(pathIsiCloudAppDocumentsFolder(url(kMobile + "/com~apple~Pages/x/Documents")));
-  EXPECT_FALSE(pathIsiCloudAppDocumentsFolder(url(kMobile + "/com~apple~Pages/Other")));
+  EXPECT_FALSE(pathIsiCloudAppDocumentsFolder(cloudURL(kMobile + "/com~apple~Pages/x/Documents")));
+  EXPECT_FALSE(pathIsiCloudAppDocumentsFolder(cloudURL(kMobile + "/com~apple~Pages/Other")));
 }
 
 }  // namespace

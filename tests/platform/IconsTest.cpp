@@ -21,7 +21,7 @@ using tests::TestHost;
 
 const std::string kSystemIcons = "/System/Library/CoreServices/CoreTypes.bundle/Contents/Resources/";
 
-NSURL url(std::string_view path) { return NSURL::fileURLWithPathIsDirectory(path, false); }
+NSURL itemURL(std::string_view path) { return NSURL::fileURLWithPathIsDirectory(path, false); }
 
 // A picture of one colour.
 std::string plainPNG(std::uint8_t grey, std::uint32_t side = 128) {
@@ -38,8 +38,8 @@ int greyOf(const std::optional<NSImage>& image) {
 }
 
 // A host whose main bundle has the pictures that we ship, each of a colour of its own.
-struct Machine {
-  Machine() {
+struct IconMachine {
+  IconMachine() {
     root = std::make_shared<TemporaryRoot>();
     const std::string executable = makeBundle(*root, "/Test.app", "Test");
     const std::string resources = "/Test.app/Contents/Resources/";
@@ -58,53 +58,53 @@ struct Machine {
 };
 
 TEST(Icons, AnItemHasTheIconOfItsKind) {
-  const Machine machine;
+  const IconMachine machine;
   machine.root->writeFile("/file.txt", "");
   machine.root->makeFolder("/Plain.app");
   machine.root->makeLink("/toFolder", "/Users");
-  EXPECT_EQ(greyOf(icon(url("/Users"))), 10);
-  EXPECT_EQ(greyOf(icon(url("/file.txt"))), 20);
-  EXPECT_EQ(greyOf(icon(url("/Plain.app"))), 30);
-  EXPECT_EQ(greyOf(icon(url("/toFolder"))), 10);
+  EXPECT_EQ(greyOf(icon(itemURL("/Users"))), 10);
+  EXPECT_EQ(greyOf(icon(itemURL("/file.txt"))), 20);
+  EXPECT_EQ(greyOf(icon(itemURL("/Plain.app"))), 30);
+  EXPECT_EQ(greyOf(icon(itemURL("/toFolder"))), 10);
 }
 
 TEST(Icons, AMissingLocationIsAFolderOrADocumentByTheSlashAtItsEnd) {
-  const Machine machine;
+  const IconMachine machine;
   EXPECT_EQ(greyOf(icon(NSURL::fileURLWithPathIsDirectory("/none", true))), 10);
-  EXPECT_EQ(greyOf(icon(url("/none.app"))), 20);
+  EXPECT_EQ(greyOf(icon(itemURL("/none.app"))), 20);
   EXPECT_EQ(greyOf(icon(*NSURL::URLWithString("http://h/"))), 10);
 }
 
 TEST(Icons, TheVolumesFolderIsTheComputer) {
-  const Machine machine;
+  const IconMachine machine;
   EXPECT_EQ(greyOf(icon(NSURL::fileURLWithPath("/Volumes"))), 40);
-  EXPECT_EQ(greyOf(thumbnail(url("/Volumes"))), 40);
-  EXPECT_EQ(greyOf(icon(url("/Volumes/x"))), 20);
+  EXPECT_EQ(greyOf(thumbnail(itemURL("/Volumes"))), 40);
+  EXPECT_EQ(greyOf(icon(itemURL("/Volumes/x"))), 20);
 }
 
 TEST(Icons, WhatTheSystemHasComesBeforeOurs) {
-  const Machine machine;
+  const IconMachine machine;
   machine.root->writeFile(kSystemIcons + "GenericFolderIcon.icns", plainPNG(11));
-  EXPECT_EQ(greyOf(icon(url("/Users"))), 11);
+  EXPECT_EQ(greyOf(icon(itemURL("/Users"))), 11);
   machine.root->writeFile(kSystemIcons + "GenericFolderIcon.icns", "broken");
-  EXPECT_EQ(greyOf(icon(url("/Users"))), 10);
+  EXPECT_EQ(greyOf(icon(itemURL("/Users"))), 10);
 }
 
 TEST(Icons, ABundleBringsItsOwn) {
-  const Machine machine;
+  const IconMachine machine;
   makeBundle(*machine.root, "/A.app", "A", "<key>CFBundleIconFile</key><string>A</string>");
   makeBundle(*machine.root, "/B.app", "B", "<key>CFBundleIconFile</key><string>B.icns</string>");
   makeBundle(*machine.root, "/C.app", "C", "<key>CFBundleIconFile</key><string>Missing</string>");
   machine.root->writeFile("/A.app/Contents/Resources/A.icns", plainPNG(61));
   machine.root->writeFile("/B.app/Contents/Resources/B.icns", plainPNG(62));
-  EXPECT_EQ(greyOf(icon(url("/A.app"))), 61);
-  EXPECT_EQ(greyOf(icon(url("/B.app"))), 62);
-  EXPECT_EQ(greyOf(icon(url("/C.app"))), 30);
-  EXPECT_EQ(greyOf(thumbnail(url("/A.app"))), 61);
+  EXPECT_EQ(greyOf(icon(itemURL("/A.app"))), 61);
+  EXPECT_EQ(greyOf(icon(itemURL("/B.app"))), 62);
+  EXPECT_EQ(greyOf(icon(itemURL("/C.app"))), 30);
+  EXPECT_EQ(greyOf(thumbnail(itemURL("/A.app"))), 61);
 }
 
 TEST(Icons, APictureThatTheUserGaveAnItemComesFirst) {
-  const Machine machine;
+  const IconMachine machine;
   macos::ResourceFork fork;
   fork.set({.type = macos::fourCharCode("icns"), .identifier = -16455, .data = plainPNG(71)});
   const auto bytes = fork.encode();
@@ -115,15 +115,15 @@ TEST(Icons, APictureThatTheUserGaveAnItemComesFirst) {
   machine.root->writeFile("/folder/Icon\r", "");
   ASSERT_TRUE(macos::setResourceFork("/file.txt", *bytes).ok());
   ASSERT_TRUE(macos::setResourceFork("/folder/Icon\r", *bytes).ok());
-  EXPECT_EQ(greyOf(icon(url("/file.txt"))), 20) << "without the Finder's flag the fork does not count";
+  EXPECT_EQ(greyOf(icon(itemURL("/file.txt"))), 20) << "without the Finder's flag the fork does not count";
   ASSERT_TRUE(macos::setFinderInfo("/file.txt", info).ok());
   ASSERT_TRUE(macos::setFinderInfo("/folder", info).ok());
-  EXPECT_EQ(greyOf(icon(url("/file.txt"))), 71);
-  EXPECT_EQ(greyOf(icon(url("/folder"))), 71);
+  EXPECT_EQ(greyOf(icon(itemURL("/file.txt"))), 71);
+  EXPECT_EQ(greyOf(icon(itemURL("/folder"))), 71);
 }
 
 TEST(Icons, ICloudHasItsOwnPicture) {
-  const Machine machine;
+  const IconMachine machine;
   machine.root->makeFolder("/Users/anna/Library/Mobile Documents/com~apple~CloudDocs");
   EXPECT_EQ(greyOf(icon(NSURL::fileURLWithPath("/Users/anna/Library/Mobile Documents"))), 50);
   EXPECT_EQ(greyOf(icon(NSURL::fileURLWithPath("/Users/anna/Library/Mobile Documents/com~apple~CloudDocs"))),
@@ -131,7 +131,7 @@ TEST(Icons, ICloudHasItsOwnPicture) {
 }
 
 TEST(Icons, AnApplicationsFolderInICloudIsBadgedWithItsIcon) {
-  const Machine machine;
+  const IconMachine machine;
   makeBundle(*machine.root, "/Applications/Sketch.app", "Sketch",
              "<key>CFBundleIconFile</key><string>S</string>");
   machine.root->writeFile("/Applications/Sketch.app/Contents/Resources/S.icns", plainPNG(200, 256));
@@ -163,9 +163,9 @@ TEST(Icons, ThePicturesThatWeShipAreShownByAnotherReader) {
   TestHost host({.root = root, .executable = executable, .toolFolders = {root->hostPath("/bin")}});
   const NSURL container = NSURL::fileURLWithPath("/Users/anna/Library/Mobile Documents/Sketch");
   const std::pair<const char*, std::optional<NSImage>> images[] = {
-      {"folder", icon(url("/Users"))},
-      {"document", icon(url("/file.txt"))},
-      {"application", thumbnail(url("/Applications/Sketch.app"))},
+      {"folder", icon(itemURL("/Users"))},
+      {"document", icon(itemURL("/file.txt"))},
+      {"application", thumbnail(itemURL("/Applications/Sketch.app"))},
       {"computer", icon(NSURL::fileURLWithPath("/Volumes"))},
       {"cloud", icon(NSURL::fileURLWithPath("/Users/anna/Library/Mobile Documents"))},
       {"badged", icon(container)},
@@ -196,7 +196,7 @@ TEST(Icons, ThePicturesThatWeShipAreShownByAnotherReader) {
 
 TEST(Icons, WithoutAnyPictureThereIsNone) {
   TestHost host;
-  EXPECT_FALSE(icon(url("/Users")).has_value());
+  EXPECT_FALSE(icon(itemURL("/Users")).has_value());
 }
 
 }  // namespace

@@ -21,9 +21,9 @@ using Strings = std::vector<std::string>;
 
 // A root with a main bundle that has the localization folders, and a command "defaults" that prints the
 // given texts.
-struct Machine {
-  Machine(const Strings& preferred, const Strings& localizations, const std::string& locale = "",
-          const std::string& languages = "") {
+struct LanguageMachine {
+  LanguageMachine(const Strings& preferred, const Strings& localizations, const std::string& locale = "",
+                  const std::string& languages = "") {
     root = std::make_shared<TemporaryRoot>();
     executable = makeBundle(*root, "/Applications/Test.app", "Test");
     for (const std::string& name : localizations) {
@@ -49,7 +49,7 @@ struct Machine {
 };
 
 std::string activeLanguageWith(const Strings& preferred, const Strings& localizations) {
-  const Machine machine(preferred, localizations);
+  const LanguageMachine machine(preferred, localizations);
   const TestHost host(machine.options());
   return QVLanguageMonitor().determineActiveLanguage();
 }
@@ -81,7 +81,7 @@ TEST(LanguageMonitor, AThreeLetterLanguageIsCutToo) { EXPECT_EQ(activeLanguageWi
 
 TEST(LanguageMonitor, TheSystemsLanguageIsThatOfItsLocale) {
   const auto systemLanguage = [](const std::string& locale) {
-    const Machine machine({}, {}, locale);
+    const LanguageMachine machine({}, {}, locale);
     const TestHost host(machine.options());
     return QVLanguageMonitor().determineActiveSystemLanguage();
   };
@@ -94,7 +94,7 @@ TEST(LanguageMonitor, TheSystemsLanguageIsThatOfItsLocale) {
 
 TEST(LanguageMonitor, AParenthesisedListOnSeveralLinesYieldsTheTwoCodesInOrder) {
   const auto languages = [](const std::string& output) {
-    const Machine machine({}, {}, "", output);
+    const LanguageMachine machine({}, {}, "", output);
     const TestHost host(machine.options());
     return QVLanguageMonitor().determineSystemPreferredLanguages();
   };
@@ -122,7 +122,7 @@ TEST(LanguageMonitor, AllOutputOfACommandIsGivenAndNothingTrimmed) {
 }
 
 TEST(LanguageMonitor, TheSharedMonitorIsFilledBeforeItsFirstUse) {
-  const Machine machine({"de-AT"}, {"de"}, "fr_FR\n", "(\n    fr,\n    de\n)\n");
+  const LanguageMachine machine({"de-AT"}, {"de"}, "fr_FR\n", "(\n    fr,\n    de\n)\n");
   const TestHost host(machine.options());
   EXPECT_EQ(activeLanguage(), "de");
   EXPECT_EQ(activeSystemLanguage(), "fr");
@@ -131,7 +131,7 @@ TEST(LanguageMonitor, TheSharedMonitorIsFilledBeforeItsFirstUse) {
 }
 
 TEST(LanguageMonitor, ReadersOnAnyThreadSeeWholeValuesWhileTheyAreRefreshed) {
-  Machine machine({"de"}, {"de"}, "de_DE\n", "(\n    de,\n    en\n)\n");
+  LanguageMachine machine({"de"}, {"de"}, "de_DE\n", "(\n    de,\n    en\n)\n");
   const TestHost host(machine.options());
   QVLanguageMonitor& monitor = QVLanguageMonitor::sharedMonitor();
   std::atomic<bool> isOver = false;
@@ -162,7 +162,7 @@ TEST(LanguageMonitor, ReadersOnAnyThreadSeeWholeValuesWhileTheyAreRefreshed) {
 }
 
 TEST(LanguageMonitor, ANoticeOfChangedLanguagesRefreshesAllThree) {
-  Machine machine({"de"}, {"de", "fr"}, "de_DE\n", "(\n    de\n)\n");
+  LanguageMachine machine({"de"}, {"de", "fr"}, "de_DE\n", "(\n    de\n)\n");
   auto options = machine.options();
   options.realClock = true;
   const TestHost host(options);

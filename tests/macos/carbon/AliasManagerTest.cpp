@@ -11,6 +11,7 @@
 #include "macos/foundation/Bookmark.h"
 #include "macos/foundation/FileMetadata.h"
 #include "tests/support/IndependentReader.h"
+#include "tests/support/References.h"
 #include "tests/support/TestHost.h"
 
 namespace macos {
@@ -18,22 +19,13 @@ namespace {
 
 using vennick::tests::CountingFileSystem;
 using vennick::tests::FileOperation;
+using vennick::tests::pathOf;
+using vennick::tests::refTo;
 using vennick::tests::TestHost;
 
 constexpr const char* kFile = "/Users/anna/Documents/report.txt";
 constexpr const char* kFolder = "/Users/anna/Documents";
 constexpr unsigned kIdentifierFirst = kResolveAliasTryFileIDFirst;
-
-FSRef refTo(std::string_view path) {
-  FSRef ref;
-  EXPECT_EQ(FSPathMakeRef(path, &ref), noErr) << path;
-  return ref;
-}
-
-std::string pathOf(const FSRef& ref) {
-  std::string path;
-  return FSRefMakePath(ref, &path) == noErr ? path : "";
-}
 
 AliasHandle aliasTo(std::string_view path) {
   AliasHandle alias;

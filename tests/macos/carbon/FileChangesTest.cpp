@@ -26,14 +26,14 @@ using vennick::tests::TemporaryMount;
 using vennick::tests::TestHost;
 using Names = std::vector<std::string>;
 
-constexpr const char* kFile = "/Users/anna/in/report.txt";
+constexpr const char* kMoved = "/Users/anna/in/report.txt";
 constexpr const char* kPartner = "/Users/anna/in/._report.txt";
 constexpr const char* kOut = "/Users/anna/out";
 
 class FileChanges : public testing::Test {
  protected:
   FileChanges() {
-    host.root().writeFile(kFile, "text");
+    host.root().writeFile(kMoved, "text");
     host.root().makeFolder(kOut);
   }
 
@@ -51,7 +51,7 @@ class FileChanges : public testing::Test {
 
 TEST_F(FileChanges, RefuseBadNamesAndMakeNothing) {
   const auto before = host.root().snapshot("/");
-  const FSRef folder = refTo(kOut), file = refTo(kFile);
+  const FSRef folder = refTo(kOut), file = refTo(kMoved);
   const std::u16string longest(255, u'x'), lone(1, char16_t{0xD800});
   // 255 units that the host has no room for; 254 bytes, which leave no room for a partner's name.
   const std::u16string beyondTheHost(255, u'\u65E5'), beyondForPartner(254, u'x');
@@ -78,21 +78,21 @@ TEST_F(FileChanges, RefuseBadNamesAndMakeNothing) {
 TEST_F(FileChanges, TakeTheLongestNameThatTheHostHasRoomFor) {
   const std::u16string name(255, u'x');
   FSRef renamed;
-  ASSERT_EQ(FSRenameUnicode(refTo(kFile), name, &renamed), noErr);
+  ASSERT_EQ(FSRenameUnicode(refTo(kMoved), name, &renamed), noErr);
   EXPECT_EQ(pathOf(renamed), "/Users/anna/in/" + std::string(255, 'x'));
   const std::u16string withPartner(253, u'y');
   EXPECT_EQ(FSCreateResFile(refTo(kOut), withPartner, kFSCatInfoNone, nullptr, nullptr), noErr);
 }
 
 TEST_F(FileChanges, WriteASlashInANameAsAColonAndAccentsDecomposed) {
-  ASSERT_EQ(FSRenameUnicode(refTo(kFile), u"1/2 \u00E9", nullptr), noErr);
+  ASSERT_EQ(FSRenameUnicode(refTo(kMoved), u"1/2 \u00E9", nullptr), noErr);
   EXPECT_EQ(host.root().names("/Users/anna/in"), Names({"1:2 e\xCC\x81"}));
 }
 
 // --- Moving
 
 TEST_F(FileChanges, MoveAnItemIntoAFolderAndItsReferenceWithIt) {
-  const FSRef before = refTo(kFile);
+  const FSRef before = refTo(kMoved);
   FSRef moved;
   ASSERT_EQ(FSMoveObject(before, refTo(kOut), &moved), noErr);
   EXPECT_EQ(pathOf(moved), "/Users/anna/out/report.txt");
@@ -103,14 +103,14 @@ TEST_F(FileChanges, MoveAnItemIntoAFolderAndItsReferenceWithIt) {
 
 TEST_F(FileChanges, MoveTakesThePartnerAlong) {
   addPartner();
-  ASSERT_EQ(FSMoveObject(refTo(kFile), refTo(kOut), nullptr), noErr);
+  ASSERT_EQ(FSMoveObject(refTo(kMoved), refTo(kOut), nullptr), noErr);
   EXPECT_EQ(host.root().names("/Users/anna/in"), Names());
   EXPECT_EQ(host.root().readFile("/Users/anna/out/._report.txt"), "partner");
 }
 
 TEST_F(FileChanges, MoveNeverReplaces) {
   addPartner();
-  const FSRef file = refTo(kFile), out = refTo(kOut);
+  const FSRef file = refTo(kMoved), out = refTo(kOut);
   for (const char* kind : {"file", "folder", "link"}) {
     host.root().remove("/Users/anna/out/report.txt");
     if (kind == std::string("file")) host.root().writeFile("/Users/anna/out/report.txt", "other");
@@ -125,7 +125,7 @@ TEST_F(FileChanges, MoveNeverReplaces) {
 TEST_F(FileChanges, MoveTakesAPartnerWithoutAnItemForAnExistingName) {
   host.root().writeFile("/Users/anna/out/._report.txt", "somebody else's");
   const auto before = host.root().snapshot("/");
-  EXPECT_EQ(FSMoveObject(refTo(kFile), refTo(kOut), nullptr), dupFNErr);
+  EXPECT_EQ(FSMoveObject(refTo(kMoved), refTo(kOut), nullptr), dupFNErr);
   expectUnchanged(before);
 }
 
@@ -139,8 +139,8 @@ TEST_F(FileChanges, MoveIntoTheFolderThatHoldsTheItemIsNothingToDo) {
   addPartner();
   const auto before = host.root().snapshot("/");
   FSRef moved;
-  EXPECT_EQ(FSMoveObject(refTo(kFile), refTo("/Users/anna/in"), &moved), noErr);
-  EXPECT_EQ(pathOf(moved), kFile);
+  EXPECT_EQ(FSMoveObject(refTo(kMoved), refTo("/Users/anna/in"), &moved), noErr);
+  EXPECT_EQ(pathOf(moved), kMoved);
   expectUnchanged(before);
 }
 
@@ -159,27 +159,27 @@ TEST_F(FileChanges, MoveRefusesAFolderIntoItselfAndTheRootOfAVolume) {
 TEST_F(FileChanges, MoveRefusesAnotherVolume) {
   host.root().makeFolder("/Volumes/Disk");
   host.volumes().change("/Volumes/Disk", [](VolumeInfo&) {});
-  EXPECT_EQ(FSMoveObject(refTo(kFile), refTo("/Volumes/Disk"), nullptr), diffVolErr);
-  EXPECT_TRUE(host.root().exists(kFile));
+  EXPECT_EQ(FSMoveObject(refTo(kMoved), refTo("/Volumes/Disk"), nullptr), diffVolErr);
+  EXPECT_TRUE(host.root().exists(kMoved));
 }
 
 TEST_F(FileChanges, MoveNeedsAnItemAndAFolder) {
   EXPECT_EQ(FSMoveObject(FSRef(), refTo(kOut), nullptr), fnfErr);
-  EXPECT_EQ(FSMoveObject(refTo(kFile), FSRef(), nullptr), dirNFErr);
+  EXPECT_EQ(FSMoveObject(refTo(kMoved), FSRef(), nullptr), dirNFErr);
   host.root().writeFile("/Users/anna/file", "");
-  EXPECT_EQ(FSMoveObject(refTo(kFile), refTo("/Users/anna/file"), nullptr), errFSNotAFolder);
+  EXPECT_EQ(FSMoveObject(refTo(kMoved), refTo("/Users/anna/file"), nullptr), errFSNotAFolder);
 }
 
 TEST_F(FileChanges, MoveRefusesALockedItem) {
-  const FSRef file = refTo(kFile), out = refTo(kOut);
-  host.interpose<LockingFileSystem>(std::set<std::string>{kFile});
+  const FSRef file = refTo(kMoved), out = refTo(kOut);
+  host.interpose<LockingFileSystem>(std::set<std::string>{kMoved});
   EXPECT_EQ(FSMoveObject(file, out, nullptr), fLckdErr);
-  EXPECT_TRUE(host.root().exists(kFile));
+  EXPECT_TRUE(host.root().exists(kMoved));
 }
 
 TEST_F(FileChanges, MoveLeavesTheItemWhereItWasWhenThePartnerCannotFollow) {
   addPartner();
-  const FSRef file = refTo(kFile), out = refTo(kOut);
+  const FSRef file = refTo(kMoved), out = refTo(kOut);
   const auto before = host.root().snapshot("/");
   const auto failing = host.interpose<FailingFileSystem>(2, EACCES, Operations::Changes);
   EXPECT_EQ(FSMoveObject(file, out, nullptr), afpAccessDenied);
@@ -192,7 +192,7 @@ TEST_F(FileChanges, MoveLeavesTheItemWhereItWasWhenThePartnerCannotFollow) {
 TEST_F(FileChanges, RenameAnItemWithItsPartner) {
   addPartner();
   FSRef renamed;
-  ASSERT_EQ(FSRenameUnicode(refTo(kFile), u"summary", &renamed), noErr);
+  ASSERT_EQ(FSRenameUnicode(refTo(kMoved), u"summary", &renamed), noErr);
   EXPECT_EQ(pathOf(renamed), "/Users/anna/in/summary");
   EXPECT_EQ(host.root().names("/Users/anna/in"), Names({"._summary", "summary"}));
 }
@@ -200,12 +200,12 @@ TEST_F(FileChanges, RenameAnItemWithItsPartner) {
 TEST_F(FileChanges, RenameNeverReplaces) {
   host.root().writeFile("/Users/anna/in/other", "other");
   const auto before = host.root().snapshot("/");
-  EXPECT_EQ(FSRenameUnicode(refTo(kFile), u"other", nullptr), dupFNErr);
+  EXPECT_EQ(FSRenameUnicode(refTo(kMoved), u"other", nullptr), dupFNErr);
   expectUnchanged(before);
 }
 
 TEST_F(FileChanges, RenameToTheItemsOwnNameAndToAnotherSpellingOfIt) {
-  EXPECT_EQ(FSRenameUnicode(refTo(kFile), u"report.txt", nullptr), noErr);
+  EXPECT_EQ(FSRenameUnicode(refTo(kMoved), u"report.txt", nullptr), noErr);
   host.root().writeFile("/Users/anna/out/caf\xC3\xA9", "composed");
   host.root().writeFile("/Users/anna/out/._caf\xC3\xA9", "partner");
   EXPECT_EQ(FSRenameUnicode(refTo("/Users/anna/out/caf\xC3\xA9"), u"cafe\u0301", nullptr), noErr);
@@ -224,7 +224,7 @@ TEST_F(FileChanges, RenameNeedsAnItem) { EXPECT_EQ(FSRenameUnicode(FSRef(), u"x"
 
 TEST_F(FileChanges, DeleteAFileWithItsPartner) {
   addPartner();
-  EXPECT_EQ(FSDeleteObject(refTo(kFile)), noErr);
+  EXPECT_EQ(FSDeleteObject(refTo(kMoved)), noErr);
   EXPECT_EQ(host.root().names("/Users/anna/in"), Names());
 }
 
@@ -234,21 +234,21 @@ TEST_F(FileChanges, DeleteAnEmptyFolderWithItsPartnerAndNoOther) {
   EXPECT_EQ(FSDeleteObject(refTo(kOut)), noErr);
   EXPECT_FALSE(host.root().exists("/Users/anna/out"));
   EXPECT_FALSE(host.root().exists("/Users/anna/._out"));
-  EXPECT_TRUE(host.root().exists(kFile));
+  EXPECT_TRUE(host.root().exists(kMoved));
 }
 
 TEST_F(FileChanges, DeleteALinkAndNotWhatItLeadsTo) {
   host.root().makeLink("/Users/anna/link", "in");
   EXPECT_EQ(FSDeleteObject(refTo("/Users/anna/link")), noErr);
   EXPECT_FALSE(host.root().exists("/Users/anna/link"));
-  EXPECT_TRUE(host.root().exists(kFile));
+  EXPECT_TRUE(host.root().exists(kMoved));
 }
 
 TEST_F(FileChanges, DeleteRefusesWhatIsLockedOrGone) {
-  const FSRef file = refTo(kFile);
-  host.interpose<LockingFileSystem>(std::set<std::string>{kFile});
+  const FSRef file = refTo(kMoved);
+  host.interpose<LockingFileSystem>(std::set<std::string>{kMoved});
   EXPECT_EQ(FSDeleteObject(file), fLckdErr);
-  EXPECT_TRUE(host.root().exists(kFile));
+  EXPECT_TRUE(host.root().exists(kMoved));
   EXPECT_EQ(FSDeleteObject(FSRef()), fnfErr);
 }
 
@@ -271,9 +271,9 @@ TEST_F(FileChanges, CopyReplacesOnlyWhenItIsAskedTo) {
   host.root().writeFile("/Users/anna/out/report.txt", "older");
   host.root().writeFile("/Users/anna/out/._report.txt", "older partner");
   const auto before = host.root().snapshot("/");
-  EXPECT_EQ(FSCopyObjectSync(refTo(kFile), refTo(kOut), nullptr, nullptr, 0), dupFNErr);
+  EXPECT_EQ(FSCopyObjectSync(refTo(kMoved), refTo(kOut), nullptr, nullptr, 0), dupFNErr);
   expectUnchanged(before);
-  EXPECT_EQ(FSCopyObjectSync(refTo(kFile), refTo(kOut), nullptr, nullptr, kFSFileOperationOverwrite), noErr);
+  EXPECT_EQ(FSCopyObjectSync(refTo(kMoved), refTo(kOut), nullptr, nullptr, kFSFileOperationOverwrite), noErr);
   EXPECT_EQ(host.root().names(kOut), Names({"._report.txt", "report.txt"}));
   EXPECT_EQ(host.root().readFile("/Users/anna/out/report.txt"), "text");
   EXPECT_EQ(host.root().readFile("/Users/anna/out/._report.txt"), "partner");
@@ -281,7 +281,7 @@ TEST_F(FileChanges, CopyReplacesOnlyWhenItIsAskedTo) {
 
 TEST_F(FileChanges, CopyReplacesAFolderWithAllThatIsInIt) {
   host.root().writeFile("/Users/anna/out/report.txt/deep/file", "older");
-  EXPECT_EQ(FSCopyObjectSync(refTo(kFile), refTo(kOut), nullptr, nullptr, kFSFileOperationOverwrite), noErr);
+  EXPECT_EQ(FSCopyObjectSync(refTo(kMoved), refTo(kOut), nullptr, nullptr, kFSFileOperationOverwrite), noErr);
   EXPECT_EQ(host.root().names(kOut), Names({"report.txt"}));
   EXPECT_EQ(host.root().readFile("/Users/anna/out/report.txt"), "text");
 }
@@ -289,7 +289,7 @@ TEST_F(FileChanges, CopyReplacesAFolderWithAllThatIsInIt) {
 TEST_F(FileChanges, CopyThatFailsAtAnyPointLeavesEverythingAsItWas) {
   addPartner();
   host.root().writeFile("/Users/anna/out/report.txt", "older");
-  const FSRef file = refTo(kFile), out = refTo(kOut);
+  const FSRef file = refTo(kMoved), out = refTo(kOut);
   const auto before = host.root().snapshot("/");
   // The copy and its partner, the old item aside, the copy and its partner in place.
   for (long nth = 1; nth <= 5; ++nth) {
@@ -306,9 +306,9 @@ TEST_F(FileChanges, CopyRefusesItselfAndItsOwnInside) {
   const auto before = host.root().snapshot("/");
   EXPECT_EQ(FSCopyObjectSync(refTo("/Users/anna/in"), refTo("/Users/anna/in/deep"), nullptr, nullptr, 1),
             badMovErr);
-  EXPECT_EQ(FSCopyObjectSync(refTo(kFile), refTo("/Users/anna/in"), nullptr, nullptr, 1), dupFNErr);
+  EXPECT_EQ(FSCopyObjectSync(refTo(kMoved), refTo("/Users/anna/in"), nullptr, nullptr, 1), dupFNErr);
   EXPECT_EQ(FSCopyObjectSync(FSRef(), refTo(kOut), nullptr, nullptr, 1), fnfErr);
-  EXPECT_EQ(FSCopyObjectSync(refTo(kFile), FSRef(), nullptr, nullptr, 1), dirNFErr);
+  EXPECT_EQ(FSCopyObjectSync(refTo(kMoved), FSRef(), nullptr, nullptr, 1), dirNFErr);
   expectUnchanged(before);
 }
 
@@ -352,7 +352,7 @@ TEST_F(FileChanges, CreateResFileKeepsWhatHasNoRoomForAPartnersNameInAttributes)
   const FSRef out = refTo(kOut);
   const std::u16string name(255, u'x');
   const std::string path = std::string(kOut) + "/" + std::string(255, 'x');
-  if (!host.files().setAttribute(kFile, "user.test", "x").ok()) GTEST_SKIP() << "no attributes here";
+  if (!host.files().setAttribute(kMoved, "user.test", "x").ok()) GTEST_SKIP() << "no attributes here";
   FSCatalogInfo info;
   info.finderInfo.setType(fourCharCode("adrp"));
   ASSERT_EQ(FSCreateResFile(out, name, kFSCatInfoFinderInfo, &info, nullptr), noErr);
@@ -393,7 +393,7 @@ TEST_F(FileChanges, CreateResFileThatFailsLeavesNothing) {
     expectUnchanged(before);
   }
   EXPECT_EQ(FSCreateResFile(FSRef(), u"new", kFSCatInfoNone, nullptr, nullptr), dirNFErr);
-  EXPECT_EQ(FSCreateResFile(refTo(kFile), u"new", kFSCatInfoNone, nullptr, nullptr), errFSNotAFolder);
+  EXPECT_EQ(FSCreateResFile(refTo(kMoved), u"new", kFSCatInfoNone, nullptr, nullptr), errFSNotAFolder);
 }
 
 // --- The catalog
@@ -403,25 +403,25 @@ TEST_F(FileChanges, SetTheDateTheFlagAndTheFinderInformation) {
   // 2001-01-01 00:00:00.5.
   info.contentModDate = UCConvertCFAbsoluteTimeToUTCDateTime(0.5);
   info.finderInfo.setType(fourCharCode("TEXT"));
-  const FSRef file = refTo(kFile);
+  const FSRef file = refTo(kMoved);
   ASSERT_EQ(FSSetCatalogInfo(file, kFSCatInfoContentMod | kFSCatInfoFinderInfo, info), noErr);
-  EXPECT_EQ(host.files().info(kFile, FollowLinks::No)->modified, 978307200'500000000);
-  EXPECT_EQ(finderInfoAtPath(kFile).type(), fourCharCode("TEXT"));
+  EXPECT_EQ(host.files().info(kMoved, FollowLinks::No)->modified, 978307200'500000000);
+  EXPECT_EQ(finderInfoAtPath(kMoved).type(), fourCharCode("TEXT"));
 
   const auto locking = host.interpose<LockingFileSystem>(std::set<std::string>{});
   info.nodeFlags = kFSNodeLockedMask;
   ASSERT_EQ(FSSetCatalogInfo(file, kFSCatInfoNodeFlags, info), noErr);
-  EXPECT_TRUE(locking->isLocked(kFile));
+  EXPECT_TRUE(locking->isLocked(kMoved));
   EXPECT_EQ(FSSetCatalogInfo(file, kFSCatInfoContentMod, info), fLckdErr);
   info.nodeFlags = 0;
   ASSERT_EQ(FSSetCatalogInfo(file, kFSCatInfoNodeFlags, info), noErr);
-  EXPECT_FALSE(locking->isLocked(kFile));
+  EXPECT_FALSE(locking->isLocked(kMoved));
   EXPECT_EQ(FSSetCatalogInfo(FSRef(), kFSCatInfoContentMod, info), fnfErr);
 }
 
 TEST_F(FileChanges, ClearingTheFlagInVainIsLocked) {
-  const FSRef file = refTo(kFile);
-  host.interpose<LockingFileSystem>(std::set<std::string>{kFile}, LockingFileSystem::Unlocking::Refused);
+  const FSRef file = refTo(kMoved);
+  host.interpose<LockingFileSystem>(std::set<std::string>{kMoved}, LockingFileSystem::Unlocking::Refused);
   EXPECT_EQ(FSSetCatalogInfo(file, kFSCatInfoNodeFlags, FSCatalogInfo()), fLckdErr);
 }
 

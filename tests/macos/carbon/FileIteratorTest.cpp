@@ -12,16 +12,16 @@ namespace {
 using vennick::tests::pathOf;
 using vennick::tests::refTo;
 using vennick::tests::TestHost;
-using Names = std::vector<std::u16string>;
+using UnicodeNames = std::vector<std::u16string>;
 
-constexpr const char* kFolder = "/Users/anna/folder";
+constexpr const char* kIterated = "/Users/anna/folder";
 
 class FileIterator : public testing::Test {
  protected:
-  FileIterator() { host.root().makeFolder(kFolder); }
+  FileIterator() { host.root().makeFolder(kIterated); }
 
-  static Names namesIn(FSIterator& iterator, std::size_t atATime = 2) {
-    Names names;
+  static UnicodeNames namesIn(FSIterator& iterator, std::size_t atATime = 2) {
+    UnicodeNames names;
     std::vector<CatalogItem> items;
     while (FSGetCatalogInfoBulk(iterator, atATime, kFSCatInfoNone, &items) == noErr) {
       EXPECT_LE(items.size(), atATime);
@@ -35,16 +35,16 @@ class FileIterator : public testing::Test {
 };
 
 TEST_F(FileIterator, HandsOutTheItemsPieceByPiece) {
-  for (const char* name : {"a", "b:c", "d"}) host.root().writeFile(std::string(kFolder) + "/" + name, "");
+  for (const char* name : {"a", "b:c", "d"}) host.root().writeFile(std::string(kIterated) + "/" + name, "");
   FSIterator iterator;
-  ASSERT_EQ(FSOpenIterator(refTo(kFolder), &iterator), noErr);
-  EXPECT_EQ(namesIn(iterator), Names({u"a", u"b/c", u"d"}));
+  ASSERT_EQ(FSOpenIterator(refTo(kIterated), &iterator), noErr);
+  EXPECT_EQ(namesIn(iterator), UnicodeNames({u"a", u"b/c", u"d"}));
 }
 
 TEST_F(FileIterator, TellsWhatTheCatalogKnows) {
   host.root().makeFolder("/Users/anna/folder/inner");
   FSIterator iterator;
-  ASSERT_EQ(FSOpenIterator(refTo(kFolder), &iterator), noErr);
+  ASSERT_EQ(FSOpenIterator(refTo(kIterated), &iterator), noErr);
   std::vector<CatalogItem> items;
   ASSERT_EQ(FSGetCatalogInfoBulk(iterator, 10, kFSCatInfoNodeFlags, &items), noErr);
   ASSERT_EQ(items.size(), 1U);
@@ -56,21 +56,21 @@ TEST_F(FileIterator, TellsWhatTheCatalogKnows) {
 
 TEST_F(FileIterator, HidesAPartnerWhoseItemExists) {
   for (const char* name : {"a", "._a", "._lost", "._"}) {
-    host.root().writeFile(std::string(kFolder) + "/" + name, "");
+    host.root().writeFile(std::string(kIterated) + "/" + name, "");
   }
   host.root().makeFolder("/Users/anna/folder/._folder");
   host.root().makeFolder("/Users/anna/folder/folder");
   FSIterator iterator;
-  ASSERT_EQ(FSOpenIterator(refTo(kFolder), &iterator), noErr);
-  EXPECT_EQ(namesIn(iterator), Names({u"._", u"a", u"folder", u"._folder", u"._lost"}));
+  ASSERT_EQ(FSOpenIterator(refTo(kIterated), &iterator), noErr);
+  EXPECT_EQ(namesIn(iterator), UnicodeNames({u"._", u"a", u"folder", u"._folder", u"._lost"}));
 }
 
 TEST_F(FileIterator, HandsOutAPartnerWhoseItemWentMeanwhileAndNothingThatIsGone) {
-  for (const char* name : {"a", "._a", "b"}) host.root().writeFile(std::string(kFolder) + "/" + name, "");
+  for (const char* name : {"a", "._a", "b"}) host.root().writeFile(std::string(kIterated) + "/" + name, "");
   FSIterator iterator;
-  ASSERT_EQ(FSOpenIterator(refTo(kFolder), &iterator), noErr);
+  ASSERT_EQ(FSOpenIterator(refTo(kIterated), &iterator), noErr);
   host.root().remove("/Users/anna/folder/a");
-  EXPECT_EQ(namesIn(iterator), Names({u"b", u"._a"}));
+  EXPECT_EQ(namesIn(iterator), UnicodeNames({u"b", u"._a"}));
 }
 
 TEST_F(FileIterator, NeedsAFolder) {
@@ -78,7 +78,7 @@ TEST_F(FileIterator, NeedsAFolder) {
   FSIterator iterator;
   EXPECT_EQ(FSOpenIterator(refTo("/Users/anna/file"), &iterator), errFSNotAFolder);
   EXPECT_EQ(FSOpenIterator(FSRef(), &iterator), fnfErr);
-  EXPECT_EQ(namesIn(iterator), Names());
+  EXPECT_EQ(namesIn(iterator), UnicodeNames());
 }
 
 }  // namespace

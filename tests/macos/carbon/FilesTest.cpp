@@ -8,6 +8,7 @@
 #include <thread>
 
 #include "macos/foundation/FileMetadata.h"
+#include "tests/support/References.h"
 #include "tests/support/TestHost.h"
 
 namespace macos {
@@ -16,22 +17,12 @@ namespace {
 using vennick::tests::CountingFileSystem;
 using vennick::tests::FileOperation;
 using vennick::tests::ForwardingFileSystem;
+using vennick::tests::pathOf;
+using vennick::tests::refTo;
 using vennick::tests::TestHost;
 using vennick::tests::TestHostOptions;
 
-constexpr const char* kFile = "/Users/anna/Documents/report.txt";
-
-FSRef refTo(std::string_view path) {
-  FSRef ref;
-  EXPECT_EQ(FSPathMakeRef(path, &ref), noErr) << path;
-  return ref;
-}
-
-// "" when the item is not found.
-std::string pathOf(const FSRef& ref) {
-  std::string path;
-  return FSRefMakePath(ref, &path) == noErr ? path : "";
-}
+constexpr const char* kReport = "/Users/anna/Documents/report.txt";
 
 void move(TestHost& host, std::string_view from, std::string_view to) {
   ASSERT_TRUE(host.files().rename(from, to, FileSystem::Replace::No).ok()) << from;
@@ -64,7 +55,7 @@ class CrowdedFileSystem : public ForwardingFileSystem {
 
 class Reference : public testing::Test {
  protected:
-  Reference() { host.root().writeFile(kFile, "text"); }
+  Reference() { host.root().writeFile(kReport, "text"); }
 
   // The same machine seen by another process, which remembers nothing.
   TestHostOptions anotherProcess() {
@@ -77,10 +68,10 @@ class Reference : public testing::Test {
 };
 
 TEST_F(Reference, LeadsToItsItem) {
-  EXPECT_EQ(pathOf(refTo(kFile)), kFile);
+  EXPECT_EQ(pathOf(refTo(kReport)), kReport);
   EXPECT_EQ(pathOf(refTo("/")), "/");
   EXPECT_EQ(pathOf(refTo("/Users/anna/")), "/Users/anna");
-  EXPECT_EQ(pathOf(refTo("/Users/anna/Documents/../Documents/./report.txt")), kFile);
+  EXPECT_EQ(pathOf(refTo("/Users/anna/Documents/../Documents/./report.txt")), kReport);
   EXPECT_EQ(pathOf(refTo("/Users/anna/..")), "/Users");
   EXPECT_EQ(FSRef::kSize, 80U);
 }
@@ -89,7 +80,7 @@ TEST_F(Reference, IsNotMadeOfWhatIsMissing) {
   FSRef ref;
   EXPECT_EQ(FSPathMakeRef("/Users/none", &ref), fnfErr);
   EXPECT_EQ(FSPathMakeRef("", &ref), fnfErr);
-  EXPECT_EQ(FSPathMakeRef(std::string(kFile) + "/x", &ref), fnfErr);
+  EXPECT_EQ(FSPathMakeRef(std::string(kReport) + "/x", &ref), fnfErr);
   EXPECT_FALSE(ref.isValid());
 }
 
@@ -104,7 +95,7 @@ TEST_F(Reference, IsNotMadeOfAPathThatIsTooLong) {
 TEST_F(Reference, ToAFileSaysThatItIsNoFolder) {
   FSRef ref;
   bool isFolder = true;
-  EXPECT_EQ(FSPathMakeRef(kFile, &ref, &isFolder), noErr);
+  EXPECT_EQ(FSPathMakeRef(kReport, &ref, &isFolder), noErr);
   EXPECT_FALSE(isFolder);
   EXPECT_EQ(FSPathMakeRef("/Users", &ref, &isFolder), noErr);
   EXPECT_TRUE(isFolder);
@@ -118,13 +109,13 @@ TEST_F(Reference, WhoseSignatureIsNotOursIsInvalid) {
     EXPECT_FALSE(foreign.isValid());
     EXPECT_EQ(pathOf(foreign), "");
     EXPECT_EQ(FSGetCatalogInfo(foreign, kFSCatInfoNodeFlags, nullptr, nullptr, nullptr), fnfErr);
-    EXPECT_EQ(FSCompareFSRefs(foreign, refTo(kFile)), fnfErr);
+    EXPECT_EQ(FSCompareFSRefs(foreign, refTo(kReport)), fnfErr);
     EXPECT_FALSE(CFURLCreateFromFSRef(foreign));
   }
 }
 
 TEST_F(Reference, WithAnyByteChangedIsInvalid) {
-  const FSRef ref = refTo(kFile);
+  const FSRef ref = refTo(kReport);
   for (std::size_t i = 0; i < FSRef::kSize; ++i) {
     FSRef damaged = ref;
     damaged.hidden[i] ^= 0x10;
@@ -136,10 +127,10 @@ TEST_F(Reference, WithAnyByteChangedIsInvalid) {
 TEST_F(Reference, ToOneItemIsEqualByWhateverPath) {
   host.root().makeLink("/Users/anna/Docs", "/Users/anna/Documents");
   host.root().makeLink("/Users/bert", "anna");
-  EXPECT_EQ(FSCompareFSRefs(refTo(kFile), refTo("/Users/anna/Docs/report.txt")), noErr);
-  EXPECT_EQ(FSCompareFSRefs(refTo(kFile), refTo("/Users/bert/Docs/report.txt")), noErr);
-  EXPECT_EQ(FSCompareFSRefs(refTo(kFile), refTo("/Users/anna")), errFSRefsDifferent);
-  EXPECT_EQ(pathOf(refTo("/Users/bert/Docs/report.txt")), kFile);
+  EXPECT_EQ(FSCompareFSRefs(refTo(kReport), refTo("/Users/anna/Docs/report.txt")), noErr);
+  EXPECT_EQ(FSCompareFSRefs(refTo(kReport), refTo("/Users/bert/Docs/report.txt")), noErr);
+  EXPECT_EQ(FSCompareFSRefs(refTo(kReport), refTo("/Users/anna")), errFSRefsDifferent);
+  EXPECT_EQ(pathOf(refTo("/Users/bert/Docs/report.txt")), kReport);
 }
 
 TEST_F(Reference, ToALinkIsOneToTheLinkItself) {
@@ -154,8 +145,8 @@ TEST_F(Reference, IsFoundUnderAnotherSpelling) {
 }
 
 TEST_F(Reference, FindsItsItemAfterARename) {
-  const FSRef ref = refTo(kFile);
-  move(host, kFile, "/Users/anna/Documents/renamed.txt");
+  const FSRef ref = refTo(kReport);
+  move(host, kReport, "/Users/anna/Documents/renamed.txt");
   EXPECT_EQ(pathOf(ref), "/Users/anna/Documents/renamed.txt");
   move(host, "/Users/anna/Documents/renamed.txt", "/Users/anna/Documents/again.txt");
   EXPECT_EQ(pathOf(ref), "/Users/anna/Documents/again.txt");
@@ -163,20 +154,20 @@ TEST_F(Reference, FindsItsItemAfterARename) {
 }
 
 TEST_F(Reference, FindsItsItemAfterItsFolderWasRenamed) {
-  const FSRef ref = refTo(kFile);
+  const FSRef ref = refTo(kReport);
   move(host, "/Users/anna/Documents", "/Users/anna/Papers");
   EXPECT_EQ(pathOf(ref), "/Users/anna/Papers/report.txt");
 }
 
 TEST_F(Reference, LosesAnItemThatWasMovedAway) {
-  const FSRef ref = refTo(kFile);
-  move(host, kFile, "/Users/report.txt");
+  const FSRef ref = refTo(kReport);
+  move(host, kReport, "/Users/report.txt");
   EXPECT_EQ(pathOf(ref), "");
 }
 
 TEST_F(Reference, LosesARemovedItem) {
-  const FSRef ref = refTo(kFile);
-  host.root().remove(kFile);
+  const FSRef ref = refTo(kReport);
+  host.root().remove(kReport);
   EXPECT_EQ(pathOf(ref), "");
   // Longer than a tick of the clock from which files get their dates.
   std::this_thread::sleep_for(std::chrono::milliseconds(20));
@@ -185,16 +176,16 @@ TEST_F(Reference, LosesARemovedItem) {
 }
 
 TEST_F(Reference, OfAnotherProcessFindsItsItem) {
-  const FSRef file = refTo(kFile), root = refTo("/"), folder = refTo("/Users/anna");
+  const FSRef file = refTo(kReport), root = refTo("/"), folder = refTo("/Users/anna");
   const TestHost other(anotherProcess());
-  EXPECT_EQ(pathOf(file), kFile);
+  EXPECT_EQ(pathOf(file), kReport);
   EXPECT_EQ(pathOf(root), "/");
   EXPECT_EQ(pathOf(folder), "/Users/anna");
 }
 
 TEST_F(Reference, OfAnotherProcessFindsItsItemAfterARename) {
-  const FSRef ref = refTo(kFile);
-  move(host, kFile, "/Users/anna/Documents/renamed.txt");
+  const FSRef ref = refTo(kReport);
+  move(host, kReport, "/Users/anna/Documents/renamed.txt");
   {
     const TestHost other(anotherProcess());
     EXPECT_EQ(pathOf(ref), "/Users/anna/Documents/renamed.txt");
@@ -255,10 +246,10 @@ TEST_F(Reference, ManyOfThemAreFoundAlthoughFewPlacesAreRemembered) {
 
 TEST_F(Reference, CostsThreeLooksToMakeAndOneToFollow) {
   const auto counter = host.interpose<CountingFileSystem>();
-  const FSRef ref = refTo(kFile);
+  const FSRef ref = refTo(kReport);
   EXPECT_EQ(counter->total(), 3);
   counter->reset();
-  EXPECT_EQ(pathOf(ref), kFile);
+  EXPECT_EQ(pathOf(ref), kReport);
   EXPECT_EQ(counter->total(), 1);
 }
 
@@ -266,7 +257,7 @@ TEST_F(Reference, CostsThreeLooksToMakeAndOneToFollow) {
 
 TEST_F(Reference, AndURLsLeadToOneAnother) {
   FSRef ref;
-  EXPECT_TRUE(CFURLGetFSRef(NSURL::fileURLWithPath(kFile), &ref));
+  EXPECT_TRUE(CFURLGetFSRef(NSURL::fileURLWithPath(kReport), &ref));
   EXPECT_EQ(CFURLCreateFromFSRef(ref)->absoluteString(), "file:///Users/anna/Documents/report.txt");
   EXPECT_TRUE(CFURLGetFSRef(*NSURL::URLWithString("file:///Users/anna/"), &ref));
   EXPECT_EQ(CFURLCreateFromFSRef(ref)->absoluteString(), "file:///Users/anna/");
@@ -279,12 +270,12 @@ TEST_F(Reference, AndURLsLeadToOneAnother) {
 TEST_F(Reference, IsMadeOfAnItemByNameInItsFolder) {
   FSRef ref;
   EXPECT_EQ(FSMakeFSRefUnicode(refTo("/Users/anna/Documents"), u"report.txt", &ref), noErr);
-  EXPECT_EQ(pathOf(ref), kFile);
+  EXPECT_EQ(pathOf(ref), kReport);
   host.root().writeFile("/Users/anna/a:b", "");
   EXPECT_EQ(FSMakeFSRefUnicode(refTo("/Users/anna"), u"a/b", &ref), noErr);
   EXPECT_EQ(pathOf(ref), "/Users/anna/a:b");
   EXPECT_EQ(FSMakeFSRefUnicode(refTo("/Users/anna"), u"none", &ref), fnfErr);
-  EXPECT_EQ(FSMakeFSRefUnicode(refTo(kFile), u"x", &ref), errFSNotAFolder);
+  EXPECT_EQ(FSMakeFSRefUnicode(refTo(kReport), u"x", &ref), errFSNotAFolder);
   EXPECT_EQ(FSMakeFSRefUnicode(FSRef(), u"x", &ref), dirNFErr);
   EXPECT_EQ(FSMakeFSRefUnicode(refTo("/Users"), u"", &ref), bdNamErr);
   EXPECT_EQ(FSMakeFSRefUnicode(refTo("/Users"), u"a:b", &ref), bdNamErr);
@@ -303,12 +294,12 @@ TEST_F(Catalog, TellsKindNameIdentifiersAndParent) {
   const auto inode = [&](std::string_view path) {
     return static_cast<std::uint32_t>(host.files().info(path, FollowLinks::No)->inode);
   };
-  ASSERT_EQ(FSGetCatalogInfo(refTo(kFile), kFSCatInfoNodeFlags | kFSCatInfoNodeID | kFSCatInfoParentDirID,
+  ASSERT_EQ(FSGetCatalogInfo(refTo(kReport), kFSCatInfoNodeFlags | kFSCatInfoNodeID | kFSCatInfoParentDirID,
                              &info, &name, &parent),
             noErr);
   EXPECT_EQ(info.nodeFlags, 0);
   EXPECT_EQ(name, u"report.txt");
-  EXPECT_EQ(info.nodeID, inode(kFile));
+  EXPECT_EQ(info.nodeID, inode(kReport));
   EXPECT_EQ(info.parentDirID, inode("/Users/anna/Documents"));
   EXPECT_EQ(pathOf(parent), "/Users/anna/Documents");
   ASSERT_EQ(FSGetCatalogInfo(parent, kFSCatInfoNodeFlags, &info, nullptr, nullptr), noErr);
@@ -326,7 +317,7 @@ TEST_F(Catalog, RootOfEachVolumeHasIdentifier2AndNoParent) {
   host.root().writeFile("/Volumes/Backup/a", "");
   for (const char* root : {"/", "/Volumes/Backup"}) {
     FSCatalogInfo info;
-    FSRef parent = refTo(kFile);
+    FSRef parent = refTo(kReport);
     ASSERT_EQ(
         FSGetCatalogInfo(refTo(root), kFSCatInfoNodeID | kFSCatInfoParentDirID, &info, nullptr, &parent),
         noErr);
@@ -341,23 +332,24 @@ TEST_F(Catalog, RootOfEachVolumeHasIdentifier2AndNoParent) {
 }
 
 TEST_F(Catalog, TellsDatesAndFinderInformation) {
-  ASSERT_TRUE(host.files().setModified(kFile, 1'000'000'000'500'000'000).ok());
+  ASSERT_TRUE(host.files().setModified(kReport, 1'000'000'000'500'000'000).ok());
   FinderInfo finderInfo;
   finderInfo.setFlags(kIsInvisible);
-  ASSERT_TRUE(setFinderInfo(kFile, finderInfo).ok());
+  ASSERT_TRUE(setFinderInfo(kReport, finderInfo).ok());
   FSCatalogInfo info;
-  ASSERT_EQ(FSGetCatalogInfo(refTo(kFile), kFSCatInfoContentMod | kFSCatInfoFinderInfo | kFSCatInfoCreateDate,
-                             &info, nullptr, nullptr),
-            noErr);
+  ASSERT_EQ(
+      FSGetCatalogInfo(refTo(kReport), kFSCatInfoContentMod | kFSCatInfoFinderInfo | kFSCatInfoCreateDate,
+                       &info, nullptr, nullptr),
+      noErr);
   EXPECT_EQ(info.contentModDate, (UTCDateTime{3082844800} << 16) + 0x8000);
   EXPECT_EQ(info.finderInfo, finderInfo);
-  const auto created = host.files().info(kFile, FollowLinks::No)->created / 1'000'000'000;
+  const auto created = host.files().info(kReport, FollowLinks::No)->created / 1'000'000'000;
   EXPECT_EQ(static_cast<std::int64_t>(info.createDate >> 16) - kMacEpochBefore1970, created);
 }
 
 TEST_F(Catalog, OfAMissingItemIsNotFound) {
-  const FSRef ref = refTo(kFile);
-  host.root().remove(kFile);
+  const FSRef ref = refTo(kReport);
+  host.root().remove(kReport);
   EXPECT_EQ(FSGetCatalogInfo(ref, kFSCatInfoNodeFlags, nullptr, nullptr, nullptr), fnfErr);
 }
 
@@ -367,7 +359,7 @@ using Volumes = Reference;
 
 TEST_F(Volumes, AreToldApartByTheirPlace) {
   host.root().writeFile("/Volumes/Backup/a", "");
-  EXPECT_EQ(volumeOf("/"), volumeOf(kFile));
+  EXPECT_EQ(volumeOf("/"), volumeOf(kReport));
   EXPECT_EQ(volumeOf("/Volumes/Backup"), volumeOf("/Volumes/Backup/a"));
   EXPECT_NE(volumeOf("/"), volumeOf("/Volumes/Backup"));
 }
@@ -379,7 +371,7 @@ TEST_F(Volumes, HaveNamesAndRoots) {
   ASSERT_EQ(FSGetVolumeInfo(volumeOf("/Volumes/B\xC3\xA4:ckup/a"), &name, &root), noErr);
   EXPECT_EQ(name, u"Ba\u0308/ckup");
   EXPECT_EQ(pathOf(root), "/Volumes/B\xC3\xA4:ckup");
-  ASSERT_EQ(FSGetVolumeInfo(volumeOf(kFile), &name, &root), noErr);
+  ASSERT_EQ(FSGetVolumeInfo(volumeOf(kReport), &name, &root), noErr);
   EXPECT_EQ(name, u"Macintosh HD");
   EXPECT_EQ(pathOf(root), "/");
 }
@@ -388,8 +380,8 @@ TEST_F(Volumes, BootVolumeWithoutALinkThatNamesItHasNoNameToAskFor) {
   host.root().remove("/Volumes/Macintosh HD");
   HFSUniStr255 name;
   FSRef root;
-  EXPECT_EQ(FSGetVolumeInfo(volumeOf(kFile), &name, nullptr), nsvErr);
-  EXPECT_EQ(FSGetVolumeInfo(volumeOf(kFile), nullptr, &root), noErr);
+  EXPECT_EQ(FSGetVolumeInfo(volumeOf(kReport), &name, nullptr), nsvErr);
+  EXPECT_EQ(FSGetVolumeInfo(volumeOf(kReport), nullptr, &root), noErr);
   EXPECT_EQ(FSGetCatalogInfo(refTo("/"), 0, nullptr, &name, nullptr), noErr);
   EXPECT_EQ(name, u"Macintosh HD");
 }
@@ -411,7 +403,7 @@ TEST_F(Volumes, OnAServerHaveAServerAddress) {
   GetVolParmsInfoBuffer buffer;
   ASSERT_EQ(FSGetVolumeParms(volumeOf("/Volumes/Share/a"), &buffer), noErr);
   EXPECT_NE(buffer.vMServerAdr, 0U);
-  ASSERT_EQ(FSGetVolumeParms(volumeOf(kFile), &buffer), noErr);
+  ASSERT_EQ(FSGetVolumeParms(volumeOf(kReport), &buffer), noErr);
   EXPECT_EQ(buffer.vMServerAdr, 0U);
   EXPECT_EQ(GetVolParmsInfoBuffer::kSize, 44U);
 }

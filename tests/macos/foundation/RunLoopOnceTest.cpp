@@ -11,7 +11,6 @@
 namespace macos {
 namespace {
 
-using std::chrono::seconds;
 using vennick::tests::TestHost;
 
 // A date is a number of seconds in floating point; what it cannot tell does not count.
@@ -24,7 +23,7 @@ NSDate in(double time) { return NSDate::dateWithTimeIntervalSinceNow(time); }
 TEST(RunLoopOnce, ReturnsAtTheDateWhenNothingArrives) {
   TestHost host;
   NSRunLoop::mainRunLoop().runOnceBeforeDate(in(3));
-  EXPECT_EQ(waited(host), seconds(3));
+  EXPECT_EQ(waited(host), std::chrono::seconds(3));
 }
 
 TEST(RunLoopOnce, ReturnsAsSoonAsABlockRan) {
@@ -37,7 +36,7 @@ TEST(RunLoopOnce, ReturnsAsSoonAsABlockRan) {
   });
   loop.runOnceBeforeDate(in(3));
   EXPECT_EQ(runs, 1);
-  EXPECT_EQ(waited(host), seconds(0));
+  EXPECT_EQ(waited(host), std::chrono::seconds(0));
   loop.runOnceBeforeDate(in(3));
   EXPECT_EQ(runs, 11);
 }
@@ -50,7 +49,7 @@ TEST(RunLoopOnce, ReturnsAfterATimerThatComesBeforeTheDate) {
   const auto second = loop.addTimer(in(2), 0, 0, [&] { calls.push_back(2); });
   loop.runOnceBeforeDate(in(5));
   EXPECT_EQ(calls, (std::vector{1}));
-  EXPECT_EQ(waited(host), seconds(1));
+  EXPECT_EQ(waited(host), std::chrono::seconds(1));
 }
 
 TEST(RunLoopOnce, ReturnsAfterADescriptorBecameReadable) {
@@ -60,11 +59,11 @@ TEST(RunLoopOnce, ReturnsAfterADescriptorBecameReadable) {
   ASSERT_EQ(pipe(ends), 0);
   int calls = 0;
   const auto token = loop.addDescriptor(ends[0], [&] { ++calls; });
-  host.clock().schedule(seconds(2), [&] { ASSERT_EQ(write(ends[1], "x", 1), 1); });
+  host.clock().schedule(std::chrono::seconds(2), [&] { ASSERT_EQ(::write(ends[1], "x", 1), 1); });
   // The scheduled write may wake the loop in one turn or be found in the next.
-  while (calls == 0 && waited(host) < seconds(5)) loop.runOnceBeforeDate(in(5));
+  while (calls == 0 && waited(host) < std::chrono::seconds(5)) loop.runOnceBeforeDate(in(5));
   EXPECT_EQ(calls, 1);
-  EXPECT_LT(waited(host), seconds(5));
+  EXPECT_LT(waited(host), std::chrono::seconds(5));
   close(ends[0]);
   close(ends[1]);
 }
@@ -75,7 +74,7 @@ TEST(RunLoopOnce, ADateInThePastDeliversWhatIsThere) {
   NSRunLoop::mainRunLoop().perform([&] { ran = true; });
   NSRunLoop::mainRunLoop().runOnceBeforeDate(NSDate::distantPast());
   EXPECT_TRUE(ran);
-  EXPECT_EQ(waited(host), seconds(0));
+  EXPECT_EQ(waited(host), std::chrono::seconds(0));
 }
 
 }  // namespace

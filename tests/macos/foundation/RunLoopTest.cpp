@@ -209,13 +209,13 @@ TEST_F(RunLoop, CallsTheBlockOfAReadableDescriptorUntilItsTokenEnds) {
   std::string received;
   auto token = loop().addDescriptor(ends[0], [&] {
     char c = 0;
-    if (read(ends[0], &c, 1) == 1) received += c;
+    if (::read(ends[0], &c, 1) == 1) received += c;
   });
-  ASSERT_EQ(write(ends[1], "ab", 2), 2);
+  ASSERT_EQ(::write(ends[1], "ab", 2), 2);
   loop().runUntilDate(in(0.1));
   EXPECT_EQ(received, "ab");
   token.end();
-  ASSERT_EQ(write(ends[1], "c", 1), 1);
+  ASSERT_EQ(::write(ends[1], "c", 1), 1);
   loop().runUntilDate(in(0.1));
   EXPECT_EQ(received, "ab");
   close(ends[0]);
