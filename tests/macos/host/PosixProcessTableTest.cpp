@@ -4,6 +4,7 @@
 #include "macos/host/PosixProcessTable.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -100,6 +101,13 @@ class PosixProcessTableTest : public testing::Test {
       return found && found->executable == host.root().hostPath(macPath);
     });
   }
+  // The body of a script that waits for its end without an interpreter's child: nobody ever writes to the
+  // pipe.
+  std::string waitingForNothing() const {
+    const std::string pipe = host.root().hostPath("/pipe");
+    EXPECT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
+    return "read -r line < '" + pipe + "'\n";
+  }
   static bool isAny(const std::string& /*executable*/) { return true; }
   bool isListed(pid_t process) {
     const auto all = table.processes(isAny);
@@ -142,8 +150,7 @@ TEST_F(PosixProcessTableTest, CountsAProcessThatWasNotReapedAsEnded) {
 
 TEST_F(PosixProcessTableTest, ListsOnlyThoseWhoseExecutableIsMeant) {
   installProgram();
-  host.root().makeExecutable("/Applications/script",
-                             "#!/bin/sh\nread -r line < /dev/full; while :; do sleep 1; done\n");
+  host.root().makeExecutable("/Applications/script", "#!/bin/sh\n" + waitingForNothing());
   const Instance instance(host.root().hostPath(kProgram), Quits::AtOnce);
   const pid_t script = launch(request("/Applications/script"));
   ASSERT_TRUE(runs(script, "/Applications/script"));
@@ -304,8 +311,7 @@ TEST_F(PosixProcessTableTest, RefusesArgumentsAndVariablesThatCannotBe) {
 }
 
 TEST_F(PosixProcessTableTest, KnowsAScriptByItsOwnPath) {
-  // Each waits for its end without an interpreter's child.
-  const std::string body = "read -r line < /dev/full; while :; do sleep 1; done\n";
+  const std::string body = waitingForNothing();
   const std::map<std::string, std::string> firstLines = {{"/Applications/a b/sh", "#!/bin/sh\n"},
                                                          {"/Applications/arg", "#!/bin/sh -u\n"},
                                                          {"/Applications/blank", "#! /bin/sh\n"},
