@@ -22,8 +22,8 @@ struct Report {
   int error;
 };
 
-// Everything that the new process needs. It is made beforehand: before exec only calls that are safe in a
-// signal handler are allowed, since another thread may hold any lock.
+// Everything that the new process needs. It is made beforehand: between fork and exec only calls that
+// are safe in a signal handler are allowed, since another thread may have held any lock.
 struct Prepared {
   const char* program;
   std::vector<char*> arguments;
@@ -91,36 +91,6 @@ int makeReportPipe(Descriptor& readEnd, Descriptor& writeEnd) {
   return writeEnd.isOpen() ? 0 : errno;
 }
 
-// The second process shares the memory of the first until it executes the program: pages need not be copied
-// for a program that takes none of them. The first is a copy all the same, since a vfork within a vfork
-// misleads the address sanitizer. A signal handler of ours must not run in them, so they are made with all
-// signals blocked.
-[[noreturn]] void makeSecondProcess(const Prepared& prepared) {
-  const pid_t second = ::vfork();             // NOLINT(clang-analyzer-security.insecureAPI.vfork)
-  if (second == 0) executeProgram(prepared);  // NOLINT(clang-analyzer-unix.Vfork)
-  if (second < 0) {
-    const Report failed{0, errno};
-    const ssize_t ignored = ::write(prepared.report, &failed, sizeof failed);
-    static_cast<void>(ignored);
-  }
-  ::_exit(0);
-}
-
-// The first process only makes the second, which so belongs to nobody and leaves no zombie here. Its
-// number, or -1.
-pid_t makeProcesses(const Prepared& prepared) {
-  sigset_t all;
-  sigset_t before;
-  ::sigfillset(&all);
-  ::pthread_sigmask(SIG_SETMASK, &all, &before);
-  const pid_t first = ::fork();
-  if (first == 0) makeSecondProcess(prepared);
-  const int error = errno;
-  ::pthread_sigmask(SIG_SETMASK, &before, nullptr);
-  errno = error;
-  return first;
-}
-
 }  // namespace
 
 Result<pid_t> launchDetached(const std::string& program, const std::vector<std::string>& arguments,
@@ -132,10 +102,21 @@ Result<pid_t> launchDetached(const std::string& program, const std::vector<std::
   }
   const Prepared prepared{program.c_str(), pointers(arguments), pointers(environment), writeEnd.get()};
 
-  const pid_t first = makeProcesses(prepared);
-  if (first < 0) return Status::fromErrno(program, errno);
+  // The child only makes the grandchild, which so belongs to nobody and leaves no zombie here.
+  const pid_t child = ::fork();
+  if (child < 0) return Status::fromErrno(program, errno);
+  if (child == 0) {
+    const pid_t grandchild = ::fork();
+    if (grandchild == 0) executeProgram(prepared);
+    const Report failed{0, grandchild < 0 ? errno : 0};
+    if (grandchild < 0) {
+      const ssize_t ignored = ::write(prepared.report, &failed, sizeof failed);
+      static_cast<void>(ignored);
+    }
+    ::_exit(0);
+  }
   writeEnd.reset();
-  uninterrupted([&] { return ::waitpid(first, nullptr, 0); });
+  uninterrupted([&] { return ::waitpid(child, nullptr, 0); });
 
   // The end of the pipe means that the program is being executed, or that its process is gone.
   Report report{0, 0};
