@@ -97,8 +97,8 @@ class FileSystem {
   virtual Status replace(std::string_view path, std::string_view content, std::uint32_t mode) = 0;
   // The same for several files, which the disk takes much better at once: all are written before the first
   // is flushed, and all flushed before the first is renamed. Each is replaced or stands as it was by
-  // itself, whatever becomes of the others. What became of each, in their order. As long as it lasts, two
-  // descriptors are open for each.
+  // itself, whatever becomes of the others: one for which there was no room beside them is tried again
+  // after them. What became of each, in their order. As long as it lasts, two descriptors are open for each.
   virtual std::vector<Status> replaceAll(const std::vector<NewContent>& files, std::uint32_t mode) = 0;
   // Makes a new file and flushes it; AlreadyExists when anything is at the path. On failure nothing is
   // left; a crash may leave a part of it.

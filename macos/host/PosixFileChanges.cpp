@@ -310,6 +310,15 @@ class PosixFileSystem::Replacement {
   int error_ = 0;
 };
 
+namespace {
+
+// Whether it failed for what others had taken at the time.
+bool isShortage(int error) {
+  return error == ENOSPC || error == EDQUOT || error == EMFILE || error == ENFILE;
+}
+
+}  // namespace
+
 Status PosixFileSystem::replace(std::string_view path, std::string_view content, std::uint32_t mode) {
   Replacement replacement(*this, path, content, mode);
   replacement.flush();
@@ -327,6 +336,11 @@ std::vector<Status> PosixFileSystem::replaceAll(const std::vector<NewContent>& f
   std::vector<Status> results;
   results.reserve(files.size());
   for (Replacement& replacement : replacements) results.push_back(replacement.rename());
+  replacements.clear();
+  // What found no room beside the others may find it now that they have given back what they replaced.
+  for (std::size_t i = 0; i < files.size(); ++i) {
+    if (isShortage(results[i].errnoValue())) results[i] = replace(files[i].path, files[i].content, mode);
+  }
   return results;
 }
 

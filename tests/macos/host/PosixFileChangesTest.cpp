@@ -239,6 +239,25 @@ TEST_P(PosixFileSystemChanges, OnAFullDiskEveryFileIsTheOldOneAndNothingIsLeft) 
   EXPECT_EQ(root.readFile("/Users/anna/d/tiny/old"), "before");
 }
 
+TEST_P(PosixFileSystemChanges, ReplaceAllNeedsRoomForOneFileOnly) {
+  const auto small = TemporaryMount::volume(root, "/Users/anna/d/small", 88 * 1024);
+  if (!small) GTEST_SKIP() << "nothing may be mounted here";
+  const std::string before(24 * 1024, 'x');
+  const std::string after(24 * 1024, 'y');
+  std::vector<NewContent> contents;
+  for (const char* const name : {"small/a", "small/b", "small/c"}) {
+    write(name, before);
+    contents.push_back({d(name), after});
+  }
+  ASSERT_EQ(files.create(d("small/fourth"), before, 0644).errnoValue(), ENOSPC);
+  // So of new files beside two there is room for one.
+  write("small/c", "");
+  for (const Status& result : files.replaceAll(contents, 0644)) EXPECT_TRUE(result.ok()) << result.message();
+  for (const char* const name : {"small/a", "small/b", "small/c"})
+    EXPECT_TRUE(content(name) == after) << name;
+  EXPECT_EQ(root.names("/Users/anna/d/small"), (Names{"a", "b", "c"}));
+}
+
 TEST_P(PosixFileSystemChanges, AtALimitOfTheFileSizeEveryFileIsTheOldOneAndNothingIsLeft) {
   write("old", "before");
   expectInChild([&] {

@@ -103,7 +103,7 @@ class PosixProcessTableTest : public testing::Test {
   }
   // The body of a script that waits for its end without an interpreter's child: nobody ever writes to the
   // pipe.
-  std::string waitingForNothing() const {
+  std::string waitingForNothing() {
     const std::string pipe = host.root().hostPath("/pipe");
     EXPECT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
     return "read -r line < '" + pipe + "'\n";

@@ -24,34 +24,48 @@ using vennick::tests::Quits;
 
 using Environment = std::map<std::string, std::string>;
 
-// An instance with these variables and no others, as soon as it is made: its program may not have begun.
-pid_t spawned(std::vector<const char*> environment) {
-  environment.push_back(nullptr);
-  const char* const arguments[] = {VENNICK_TEST_INSTANCE, "never", nullptr};
-  posix_spawn_file_actions_t actions;
-  posix_spawn_file_actions_init(&actions);
-  posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
-  pid_t process = -1;
-  EXPECT_EQ(posix_spawn(&process, VENNICK_TEST_INSTANCE, &actions, nullptr, const_cast<char**>(arguments),
-                        const_cast<char**>(environment.data())),
-            0);
-  posix_spawn_file_actions_destroy(&actions);
-  return process;
-}
+// An instance with these variables and no others: its program may not have begun yet.
+class Spawned {
+ public:
+  explicit Spawned(std::vector<const char*> environment) {
+    environment.push_back(nullptr);
+    const char* const arguments[] = {VENNICK_TEST_INSTANCE, "never", nullptr};
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
+    EXPECT_EQ(posix_spawn(&process_, VENNICK_TEST_INSTANCE, &actions, nullptr, const_cast<char**>(arguments),
+                          const_cast<char**>(environment.data())),
+              0);
+    posix_spawn_file_actions_destroy(&actions);
+  }
+  ~Spawned() {
+    end();
+    waitpid(process_, nullptr, 0);
+  }
+  Spawned(const Spawned&) = delete;
+  Spawned& operator=(const Spawned&) = delete;
+
+  ProcessInfo info() const { return {process_, 1, "", 0}; }
+  // It is gone then, but was not reaped.
+  void end() const {
+    kill(process_, SIGKILL);
+    siginfo_t ended{};
+    waitid(P_PID, static_cast<id_t>(process_), &ended, WEXITED | WNOWAIT);
+  }
+  void askToEnd() const { kill(process_, SIGKILL); }
+
+ private:
+  pid_t process_ = -1;
+};
 
 // As soon as it can be told.
-std::optional<Environment> environmentOf(PosixProcessTable& table, pid_t process) {
+std::optional<Environment> environmentOf(PosixProcessTable& table, const Spawned& process) {
   std::optional<Environment> environment;
   for (int look = 0; look < 5000 && !environment; ++look) {
-    environment = table.environment({process, 1, "", 0});
+    environment = table.environment(process.info());
     if (!environment) std::this_thread::sleep_for(std::chrono::milliseconds(1));
   }
   return environment;
-}
-
-void end(pid_t process) {
-  kill(process, SIGKILL);
-  waitpid(process, nullptr, 0);
 }
 
 TEST(ProcessEnvironment, TellsTheVariablesThatTheProcessWasStartedWith) {
@@ -70,27 +84,21 @@ TEST(ProcessEnvironment, TellsTheVariablesThatTheProcessWasStartedWith) {
 
 TEST(ProcessEnvironment, OfTwoVariablesOfOneNameTheFirstCounts) {
   PosixProcessTable table(nullptr);
-  const pid_t process = spawned({"FRUIT=apple", "FRUIT=pear", "no variable", "=nor this"});
+  const Spawned process({"FRUIT=apple", "FRUIT=pear", "no variable", "=nor this"});
   EXPECT_EQ(environmentOf(table, process), (Environment{{"FRUIT", "apple"}}));
-  end(process);
 }
 
 TEST(ProcessEnvironment, MayBeEmpty) {
   PosixProcessTable table(nullptr);
-  const pid_t process = spawned({});
-  EXPECT_EQ(environmentOf(table, process), Environment());
-  end(process);
+  EXPECT_EQ(environmentOf(table, Spawned({})), Environment());
 }
 
 TEST(ProcessEnvironment, AProcessThatHasEndedHasNone) {
   PosixProcessTable table(nullptr);
   EXPECT_EQ(table.environment({0x7FFFFFFE, 1, "", 0}), std::nullopt);
-  const pid_t notReaped = spawned({"FRUIT=apple"});
-  kill(notReaped, SIGKILL);
-  siginfo_t ended{};
-  waitid(P_PID, static_cast<id_t>(notReaped), &ended, WEXITED | WNOWAIT);
-  EXPECT_EQ(table.environment({notReaped, 1, "", 0}), std::nullopt);
-  end(notReaped);
+  const Spawned notReaped({"FRUIT=apple"});
+  notReaped.end();
+  EXPECT_EQ(table.environment(notReaped.info()), std::nullopt);
 }
 
 // While a program is being loaded the process has no environment yet: it must not be taken for one that was
@@ -98,15 +106,14 @@ TEST(ProcessEnvironment, AProcessThatHasEndedHasNone) {
 TEST(ProcessEnvironment, IsNeverSeenEmptyWhenItIsNot) {
   PosixProcessTable table(nullptr);
   for (int round = 0; round < 100; ++round) {
-    const pid_t process = spawned({"FRUIT=apple"});
+    const Spawned process({"FRUIT=apple"});
     for (int look = 0; look < 200; ++look) {
-      if (look == 100) kill(process, SIGKILL);
-      const auto environment = table.environment({process, 1, "", 0});
+      if (look == 100) process.askToEnd();
+      const auto environment = table.environment(process.info());
       if (environment) {
         ASSERT_EQ(*environment, (Environment{{"FRUIT", "apple"}})) << round << " " << look;
       }
     }
-    end(process);
   }
 }
 
