@@ -52,8 +52,7 @@ TEST_F(FolderSets, WhoseNamesAreTheSameToTheOrderStandInTheOrderOfTheirMaking) {
 
 TEST_F(FolderSets, OfAListInDisorderAreAllSortedWithTheNextOne) {
   store->defaults()->setObject(
-      Value(Array{Value("gamma"), Value("Cafe\u0301"), Value("Caf\u00E9"), Value("Alpha")}),
-      "folderSets");
+      Value(Array{Value("gamma"), Value("Cafe\u0301"), Value("Caf\u00E9"), Value("Alpha")}), "folderSets");
   EXPECT_TRUE(store->createSet("beta", std::nullopt));
   EXPECT_EQ(setNames(*store), (Names{"Alpha", "Cafe\u0301", "Caf\u00E9", "beta", "gamma"}));
 }
