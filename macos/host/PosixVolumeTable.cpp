@@ -98,10 +98,7 @@ class Survey {
   }
 
   void addMountsInside() {
-    const std::string root = files_.hostPath("/").value_or("/");
     for (const Mount& mount : mounts_) {
-      // The kernel names mount points without links: what does not begin like the root is not inside.
-      if (!isAtOrBelow(mount.mountPoint, root)) continue;
       const std::optional<std::string> path = files_.pathInRoot(mount.mountPoint);
       if (!path || found_.count(*path) != 0) continue;
       const Result<FileInfo> info = files_.info(*path, FollowLinks::No);
@@ -148,7 +145,7 @@ const VolumeInfo& volumeHolding(const std::vector<VolumeInfo>& volumes, std::str
 PosixVolumeTable::PosixVolumeTable(std::shared_ptr<FileSystem> files)
     : files_(std::move(files)), mountInfo_(::open("/proc/self/mountinfo", O_RDONLY | O_CLOEXEC)) {}
 
-// Those inside the root and those that it lies on.
+// Those inside the root and those that it lies on. The kernel names mount points without links.
 std::vector<Mount> PosixVolumeTable::mountsOfRoot() {
   std::vector<Mount> mounts = parseMountInfo(readMountInfo());
   const std::optional<std::string> root = files_->hostPath("/");
