@@ -140,16 +140,24 @@ std::vector<std::string> stateFields(pid_t process, std::size_t most) {
   return splitAt(std::string_view(text).substr(nameEnd + 2), " ", most);
 }
 
-// Number, parent and start; nullopt when the process has ended.
-std::optional<ProcessInfo> readState(pid_t process) {
+struct ProcessState {
+  ProcessInfo info;  // without the executable
+  // Split off by its parent, and has loaded no program since: the kernel's PF_FORKNOEXEC.
+  bool isForkedCopy = false;
+};
+
+// nullopt when the process has ended.
+std::optional<ProcessState> readState(pid_t process) {
+  constexpr unsigned long kForkedWithoutExec = 0x40;
   const std::vector<std::string> fields = stateFields(process, 20);
   if (fields.size() < 20 || fields[0] == "Z" || fields[0] == "X" || fields[0] == "x") return std::nullopt;
-  ProcessInfo info;
-  info.processID = process;
-  info.parentID = static_cast<pid_t>(std::strtol(fields[1].c_str(), nullptr, 10));
+  ProcessState state;
+  state.info.processID = process;
+  state.info.parentID = static_cast<pid_t>(std::strtol(fields[1].c_str(), nullptr, 10));
+  state.isForkedCopy = (std::strtoul(fields[6].c_str(), nullptr, 10) & kForkedWithoutExec) != 0;
   const UnixNanoseconds ticks = std::strtoll(fields[19].c_str(), nullptr, 10);
-  info.started = ticks * (1'000'000'000 / ::sysconf(_SC_CLK_TCK));
-  return info;
+  state.info.started = ticks * (1'000'000'000 / ::sysconf(_SC_CLK_TCK));
+  return state;
 }
 
 // Whether the process has an environment, be it an empty one. The kernel tells where in memory it ends: at 0
@@ -162,11 +170,26 @@ bool hasEnvironment(pid_t process) {
 
 // Whether it is still the process that was meant. The kernel keeps the number while we hold on to it.
 Status signalHeldProcess(int held, const ProcessInfo& process, const std::string& name) {
-  const std::optional<ProcessInfo> now = readState(process.processID);
-  if (!now || now->started != process.started) return Status::fromErrno(name, ESRCH);
+  const std::optional<ProcessState> now = readState(process.processID);
+  if (!now || now->info.started != process.started) return Status::fromErrno(name, ESRCH);
   const long sent = held >= 0 ? ::syscall(SYS_pidfd_send_signal, held, SIGTERM, nullptr, 0)
                               : ::kill(process.processID, SIGTERM);
   return sent == 0 ? Status() : Status::fromErrno(name, errno);
+}
+
+// A process of its own that runs the program: not the copy that a process makes of itself to work beside
+// it, or to start another program, which is there for a moment only.
+std::optional<ProcessInfo> processRunning(const ProcessTable::ExecutableTest& isMeant, pid_t number) {
+  // The state before the program: a copy that loads its program in between is not taken for its parent.
+  std::optional<ProcessState> state = readState(number);
+  if (!state) return std::nullopt;
+  ProcessInfo& info = state->info;
+  info.executable = executableOf(number, programOf(number));
+  if (!isMeant(info.executable)) return std::nullopt;
+  if (state->isForkedCopy && executableOf(info.parentID, programOf(info.parentID)) == info.executable) {
+    return std::nullopt;
+  }
+  return std::move(info);
 }
 
 bool isVariableName(const std::string& name) {
@@ -177,9 +200,10 @@ bool isVariableName(const std::string& name) {
 
 std::optional<ProcessInfo> PosixProcessTable::process(pid_t processID) {
   if (processID <= 0) return std::nullopt;
-  std::optional<ProcessInfo> info = readState(processID);
-  if (info) info->executable = executableOf(processID, programOf(processID));
-  return info;
+  std::optional<ProcessState> state = readState(processID);
+  if (!state) return std::nullopt;
+  state->info.executable = executableOf(processID, programOf(processID));
+  return std::move(state->info);
 }
 
 std::vector<ProcessInfo> PosixProcessTable::processes(const ExecutableTest& isMeant) {
@@ -195,8 +219,8 @@ std::vector<ProcessInfo> PosixProcessTable::processes(const ExecutableTest& isMe
     const std::string program = programOf(number);
     if (program.empty() || !isMeant(executableOf(number, program))) continue;
     // All of it now, its start first: meanwhile the number may have become another process's.
-    std::optional<ProcessInfo> info = process(number);
-    if (info && isMeant(info->executable)) result.push_back(std::move(*info));
+    std::optional<ProcessInfo> info = processRunning(isMeant, number);
+    if (info) result.push_back(std::move(*info));
   }
   std::sort(result.begin(), result.end(),
             [](const ProcessInfo& a, const ProcessInfo& b) { return a.processID < b.processID; });

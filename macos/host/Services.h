@@ -60,8 +60,10 @@ class ProcessTable {
   virtual ~ProcessTable() = default;
   // The processes that run now and whose executable, as ProcessInfo has it, passes the test, in the order
   // of their numbers. Those whose program cannot be told are not among them: the kernel's own, other
-  // users', and one that has ended but was not yet reaped. The test comes first, and only of those that
-  // pass it is more looked up: most of a machine's processes are nobody's business.
+  // users', and one that has ended but was not yet reaped. Nor is a copy that a process has made of itself
+  // (a fork that has loaded no program) while that process runs: it is a part of it, and no other instance
+  // of its program. The test comes first, and only of those that pass it is more looked up: most of a
+  // machine's processes are nobody's business.
   using ExecutableTest = std::function<bool(const std::string& executable)>;
   virtual std::vector<ProcessInfo> processes(const ExecutableTest& isMeant) = 0;
   // The process as it is now; nullopt when it has ended.

@@ -148,6 +148,39 @@ TEST_F(PosixProcessTableTest, CountsAProcessThatWasNotReapedAsEnded) {
   ASSERT_EQ(::waitpid(child, nullptr, 0), child);
 }
 
+// A script that makes a copy of itself, and waits for its end. Gives both processes.
+class PosixProcessTableCopyTest : public PosixProcessTableTest {
+ protected:
+  void SetUp() override {
+    const std::string number = host.root().hostPath("/copy");
+    host.root().makeExecutable(kScript, "#!/bin/sh\n{ " + waitingForNothing() + "} &\necho $! > '" + number +
+                                            ".new'\nmv '" + number + ".new' '" + number + "'\nwait\n");
+    original = launch(request(kScript));
+    ASSERT_TRUE(comesTrue([&] { return fs::exists(number); }));
+    std::ifstream(number) >> copy;
+    ASSERT_TRUE(runs(original, kScript));
+    ASSERT_TRUE(runs(copy, kScript));
+  }
+  void TearDown() override {
+    if (original > 0) ::kill(-original, SIGKILL);
+  }
+
+  static constexpr const char* kScript = "/Applications/script";
+  pid_t original = -1;
+  pid_t copy = -1;
+};
+
+// An application that is just starting another program must not count twice, and be asked to quit twice.
+TEST_F(PosixProcessTableCopyTest, ListsNoCopyThatAProcessMadeOfItself) {
+  EXPECT_TRUE(isListed(original));
+  EXPECT_FALSE(isListed(copy));
+}
+
+TEST_F(PosixProcessTableCopyTest, ListsACopyWhoseOriginalHasEnded) {
+  ASSERT_TRUE(table.sendTerminate(*table.process(original)).ok());
+  EXPECT_TRUE(comesTrue([&] { return isListed(copy); })) << "it went on by itself, as a daemon does";
+}
+
 TEST_F(PosixProcessTableTest, ListsOnlyThoseWhoseExecutableIsMeant) {
   installProgram();
   host.root().makeExecutable("/Applications/script", "#!/bin/sh\n" + waitingForNothing());
