@@ -71,8 +71,13 @@ foreach(tool IN ITEMS displayNameTool defaults)
     vennick_stage_program(${tool} "${migrator_contents}/Resources")
   endif()
 endforeach()
-# Shows what a run carried across; used beside the bundle.
+# Shows what a run carried across; used beside the bundle. It speaks of the folder sets by the names that the
+# migrator gives them, so it has the same string tables.
 if(TARGET report)
+  set(report_resources ${resources})
+  list(FILTER report_resources INCLUDE REGEX "/[^/]*\\.lproj/Localizable\\.strings$")
+  get_target_property(report_folder report BINARY_DIR)
+  stage_resources(report "${report_folder}/Resources" ${report_resources})
   add_dependencies(bundle report)
 endif()
 

@@ -132,16 +132,15 @@ class ReportTest(unittest.TestCase):
                           ["com.example.editor", "/Users/anna/Café (hidden by the one before it)"]],
                          report.sets["a"]["Default folder of"])
 
-    def test_the_default_set_is_found_under_its_german_name(self):
-        def prepare():
-            pathlib.Path(f"{self.root}{homes.PREFERENCES}/.GlobalPreferences.plist").write_bytes(
-                plistlib.dumps({"AppleLanguages": ["de-DE"], "AppleLocale": "de_DE"}))
+    def speak_german(self):
+        pathlib.Path(f"{self.root}{homes.PREFERENCES}/.GlobalPreferences.plist").write_bytes(
+            plistlib.dumps({"AppleLanguages": ["de-DE"], "AppleLocale": "de_DE"}))
 
-        report = self.after_run(Home(sets={"Standardset": [entry(PROJECTS, "p")]}, active="Standardset"), prepare)
+    def test_the_default_set_is_found_under_its_german_name(self):
+        report = self.after_run(Home(sets={"Standardset": [entry(PROJECTS, "p")]}, active="Standardset"),
+                                self.speak_german)
         self.assertEqual([["p", "-", "/Users/anna/Projects"]], report.sets["Standardset"]["Favorite"])
         self.assertTrue(self.store_file("Default Set", "Favorites").exists())
-
-    # --- What was left out, and why
 
     def test_broken_entries_are_named_with_what_is_wrong_with_them(self):
         nameless = dict(entry(PROJECTS).stored)
@@ -191,6 +190,19 @@ class ReportTest(unittest.TestCase):
 
     def test_favorites_that_belong_to_no_set_are_counted(self):
         report = self.after_run(Home(sets={"a": []}, favorites_domain=[entry(CAFE, "1"), entry(PROJECTS, "2")]))
+        self.assertEqual({"favorites of the favorites domain, 2": "no set is active that they could belong to"},
+                         report.omissions(None))
+
+    def test_without_an_active_set_the_favorites_of_the_favorites_domain_are_the_default_sets_in_german_too(self):
+        home = Home(sets={"Standardset": [entry(PROJECTS, "own")]}, favorites_domain=[entry(CAFE, "global"), Entry(1)])
+        report = self.after_run(home, self.speak_german)
+        self.assertEqual({"favorite 2": "it is no item"}, report.omissions("Standardset"))
+        self.assertNotIn(None, report.sets)
+
+    def test_the_english_name_of_the_default_set_is_no_german_users(self):
+        home = Home(sets={"Default Set": [entry(PROJECTS, "own")]}, favorites_domain=[entry(CAFE, "global"), Entry(1)])
+        report = self.after_run(home, self.speak_german)
+        self.assertEqual({}, report.omissions("Default Set"))
         self.assertEqual({"favorites of the favorites domain, 2": "no set is active that they could belong to"},
                          report.omissions(None))
 
