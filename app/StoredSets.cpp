@@ -36,12 +36,14 @@ std::vector<std::string> storedNames() {
   return names;
 }
 
-// A set without a folder of its name is the one that keeps the default set's, whose name is localized: every
-// other set was written once.
+// Where the store looks for a set: without a folder of its name, the default set, whose name is localized,
+// has one of the English name.
 NSURL folderOf(const std::string& name, const NSURL& settings) {
-  const NSURL folder = settings.URLByAppendingPathComponentIsDirectory(name, true);
-  return URLByResolvingLinksAndAliasFile(
-      pathExists(folder) ? folder : settings.URLByAppendingPathComponentIsDirectory(kDefaultSetName, true));
+  NSURL folder = settings.URLByAppendingPathComponentIsDirectory(name, true);
+  if (!pathExists(folder) && name == localizedDefaultSetName()) {
+    folder = settings.URLByAppendingPathComponentIsDirectory(kDefaultSetName, true);
+  }
+  return URLByResolvingLinksAndAliasFile(folder);
 }
 
 Array readCollection(StoreFiles& files, const NSURL& folder, Collection collection) {

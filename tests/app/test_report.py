@@ -142,6 +142,13 @@ class ReportTest(unittest.TestCase):
         self.assertEqual([["p", "-", "/Users/anna/Projects"]], report.sets["Standardset"]["Favorite"])
         self.assertTrue(self.store_file("Default Set", "Favorites").exists())
 
+    def test_a_set_that_could_not_be_written_is_not_taken_for_the_default_set(self):
+        too_long = "x" * 300
+        report = self.after_run(Home(sets={"Default Set": [entry(CAFE, "d")], too_long: [entry(PROJECTS, "p")]}))
+        self.assertEqual((0, 0), report.sets[too_long]["counts"])
+        self.assertIn('favorite "p"', report.omissions(too_long))
+        self.assertEqual((1, 0), report.sets["Default Set"]["counts"])
+
     def test_broken_entries_are_named_with_what_is_wrong_with_them(self):
         nameless = dict(entry(PROJECTS).stored)
         del nameless["Name"]
