@@ -220,6 +220,10 @@ void compareSet(const LegacySet& set, const StoredSet& stored, std::vector<Omiss
   addListsLeftBehind(set, omissions);
 }
 
+// Nothing of it is ever read: version 4 takes an empty name for none, and the default set for the active one.
+constexpr std::string_view kNameless =
+    "no set without a name can be active; its entries are left out with it";
+
 // A set that was refused gave its entries to the set that was current then: the one before it, else one
 // that is not known any more.
 void compareSets(const LegacySets& legacy, const std::vector<StoredSet>& stored, CollectionsReport& report) {
@@ -227,6 +231,10 @@ void compareSets(const LegacySets& legacy, const std::vector<StoredSet>& stored,
   for (std::size_t index = 0; index < stored.size(); ++index) indexes.emplace(stored[index].name, index);
   auto current = indexes.end();
   for (const LegacySet& set : legacy.sets) {
+    if (set.name.empty()) {
+      report.omissions.push_back({"set \"\"", std::string(kNameless)});
+      continue;
+    }
     const auto own = indexes.find(set.name);
     if (own != indexes.end()) current = own;
     const bool isKnown = current != indexes.end();

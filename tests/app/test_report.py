@@ -213,6 +213,11 @@ class ReportTest(unittest.TestCase):
         self.assertEqual({"favorites of the favorites domain, 2": "no set is active that they could belong to"},
                          report.omissions(None))
 
+    def test_a_set_without_a_name_is_left_out_with_its_entries(self):
+        report = self.after_run(Home(sets={"": [entry(PROJECTS, "lost")], "a": [entry(CAFE, "c")]}))
+        self.assertEqual({'set ""': "no set without a name can be active; its entries are left out with it"},
+                         report.omissions(None))
+
     def test_favorites_of_the_favorites_domain_are_the_active_sets(self):
         report = self.after_run(Home(sets={"a": [entry(PROJECTS, "own")]}, active="a",
                                      favorites_domain=[entry(CAFE, "global"), Entry(1)]))
