@@ -19,6 +19,7 @@
 #include "legacy/PreferenceKeys.h"
 #include "macos/foundation/Text.h"
 #include "macos/frameworks/ShortcutRecorder.h"
+#include "macos/host/DiskMemory.h"
 #include "platform/CanonicalLocation.h"
 #include "settings/SettingsKeys.h"
 
@@ -258,6 +259,8 @@ void compareSets(const LegacySets& legacy, const std::vector<StoredSet>& stored,
 }  // namespace
 
 CollectionsReport reportCollections() {
+  // One look at the disk for all sets: their entries lead to the same places again and again.
+  const macos::RememberedDisk disk;
   const std::vector<StoredSet> stored = readStoredSets();
   CollectionsReport report;
   for (const StoredSet& set : stored) report.sets.push_back(setReport(set));
