@@ -18,7 +18,7 @@ import unicodedata
 import unittest
 
 import homes
-from home_case import BUNDLE, CAFE, DELETED, LETTER, PROJECTS, entry, hotkey
+from home_case import BUNDLE, CAFE, DELETED, FOLDERS, LETTER, PROJECTS, entry, hotkey
 from homes import Entry, Home
 
 REPORT = os.environ["VENNICK_REPORT"]
@@ -148,6 +148,21 @@ class ReportTest(unittest.TestCase):
         self.assertEqual((0, 0), report.sets[too_long]["counts"])
         self.assertIn('favorite "p"', report.omissions(too_long))
         self.assertEqual((1, 0), report.sets["Default Set"]["counts"])
+
+    def test_hotkeys_are_shown_as_people_read_them(self):
+        hotkeys = {"Space": hotkey(49, 0x0100), "up": hotkey(126, 0x0200), "F18": hotkey(0x4F, 0, 1),
+                   "Escape": hotkey(53, 0x0100), "no modifiers": hotkey(8, 0x2000)}
+        targets = [PROJECTS, CAFE, LETTER, DELETED, FOLDERS["/Users/anna/書類"]]
+        report = self.after_run(Home(sets={"a": [entry(target, name, CommandKey=key)
+                                                 for target, (name, key) in zip(targets, hotkeys.items())]}))
+        self.assertEqual({"Space": "⌘Space", "up": "⇧↑", "F18": "F18", "Escape": "⌘key 53", "no modifiers": "C"},
+                         {row[0]: row[1] for row in report.sets["a"]["Favorite"]})
+
+    def test_control_characters_in_names_are_shown_and_not_carried_out(self):
+        report = self.after_run(Home(sets={"a\nb": [entry(PROJECTS, "new\nline\t\x1b[31m\x7f"), entry(CAFE, "\u009b2J")]}))
+        self.assertEqual(["new␊line␉␛[31m␡", "\ufffd2J"], [row[0] for row in report.sets["a␊b"]["Favorite"]])
+
+    # --- What was left out, and why
 
     def test_broken_entries_are_named_with_what_is_wrong_with_them(self):
         nameless = dict(entry(PROJECTS).stored)

@@ -20,8 +20,27 @@ using Row = std::vector<std::string>;
 
 void print(std::string_view text) { std::fwrite(text.data(), 1, text.size(), stdout); }
 
+// Names are the user's, and may hold anything: a new line would break the table, an escape steer the
+// terminal. Control characters are shown by their pictures (␊), those without one by U+FFFD.
+std::string visible(std::string_view text) {
+  std::string result;
+  for (std::size_t place = 0; place < text.size();) {
+    const macos::CodePoint point = macos::codePointAt(text, place);
+    const bool hasNoPicture = point.value >= 0x80 && point.value < 0xA0;
+    char32_t shown = hasNoPicture ? 0xFFFD : point.value;
+    if (point.value < 0x20) shown = 0x2400 + point.value;
+    if (point.value == 0x7F) shown = 0x2421;
+    macos::appendUTF8(result, shown);
+    place += point.length;
+  }
+  return result;
+}
+
 // The first row is the heading. The last column is as long as it is.
-void printTable(const std::vector<Row>& rows, std::string_view indent) {
+void printTable(std::vector<Row> rows, std::string_view indent) {
+  for (Row& row : rows) {
+    for (std::string& cell : row) cell = visible(cell);
+  }
   std::vector<std::size_t> widths(rows.front().size());
   for (const Row& row : rows) {
     for (std::size_t column = 0; column < row.size(); ++column) {
@@ -64,7 +83,7 @@ void printOmissions(const std::vector<vennick::OmissionReport>& omissions) {
 }
 
 void printSet(const vennick::SetReport& set) {
-  print("\nSet \"" + set.name + "\"" + (set.isCurrent ? ", the current one" : "") + ": " +
+  print("\nSet \"" + visible(set.name) + "\"" + (set.isCurrent ? ", the current one" : "") + ": " +
         counted(set.favorites.size(), "favorite") + ", " +
         counted(set.defaultFolders.size(), "default folder") + "\n");
   std::vector<Row> favorites{{"Favorite", "Hotkey", "Location"}};
