@@ -156,8 +156,12 @@ bool StoreFiles::writeAll(const std::vector<FileContent>& contents) {
 }
 
 bool StoreFiles::add(const Value& value, const std::string& path, Batch& batch) {
+  const Value writable = macos::writablePropertyList(value);
+  if (writable != value) {
+    macos::NSLog(path + ": what no property list can hold is left out");
+  }
   auto xml =
-      macos::NSPropertyListSerialization::dataWithPropertyList(value, macos::NSPropertyListFormat::XML);
+      macos::NSPropertyListSerialization::dataWithPropertyList(writable, macos::NSPropertyListFormat::XML);
   if (!xml.ok()) {
     macos::NSLog(path + ": " + xml.status().message());
     return false;

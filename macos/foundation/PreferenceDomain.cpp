@@ -10,6 +10,7 @@
 #include "macos/foundation/Path.h"
 #include "macos/foundation/Preferences.h"
 #include "macos/foundation/PropertyList.h"
+#include "macos/foundation/PropertyListCodecs.h"
 #include "macos/host/Host.h"
 
 namespace macos {
@@ -54,7 +55,7 @@ bool isPropertyList(const Value& value, int depth = 0) {
     return std::all_of(dictionary->begin(), dictionary->end(),
                        [depth](const auto& entry) { return isPropertyList(entry.value(), depth + 1); });
   }
-  return !value.isNull() && value.ifURL() == nullptr;
+  return hasPropertyListForm(value);
 }
 
 bool isSameVersion(const std::optional<FileInfo>& a, const std::optional<FileInfo>& b) {
@@ -253,8 +254,11 @@ Status PreferenceDomain::writePending() {
     if (Status status = keepDamagedCopy(path); !status.ok()) return status;
     keptInfo_ = reading.info;
   }
-  if (Status status = replaceFile(path, merged); !status.ok()) return status;
-  reading.content = std::move(merged);
+  const Value writable = writablePropertyList(Value(merged));
+  const Dictionary& content = *writable.ifDictionary();
+  if (content != merged) NSLog(path + ": what no property list can hold is left out");
+  if (Status status = replaceFile(path, content); !status.ok()) return status;
+  reading.content = content;
   const auto info = itemInfo(path_, FollowLinks::Yes);
   reading.info = info ? std::optional(*info) : std::nullopt;
   reading.status = {};

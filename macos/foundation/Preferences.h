@@ -7,8 +7,9 @@
 //
 // A file that is no property list, or one without a dictionary at the top, counts as empty, is logged
 // once, and is copied to "<domain>.plist.damaged" before the first change replaces it. One that is there
-// and cannot be read counts as empty too, and is never replaced. A link in the file's place is written
-// through. Files of this computer alone (ByHost) are not searched.
+// and cannot be read counts as empty too, and is never replaced. What no property list can be written with
+// (a null in a binary file) is left out, and logged, when the file is written again. A link in the file's
+// place is written through. Files of this computer alone (ByHost) are not searched.
 #ifndef MACOS_FOUNDATION_PREFERENCES_H
 #define MACOS_FOUNDATION_PREFERENCES_H
 
@@ -38,7 +39,8 @@ std::optional<Value> copyStoredPreferencesValue(std::string_view key, std::strin
 
 // Writes to the application's own domain only; nullopt removes the key there. A value equal to the one
 // that the domain holds (same kind, same content) changes nothing. A value that no property list can hold
-// (null, a URL, nesting beyond 500 levels, in it anywhere) is logged and ignored.
+// (null, a URL, a date beyond the years of four digits, nesting beyond 500 levels, in it anywhere) is logged
+// and ignored.
 void CFPreferencesSetAppValue(std::string_view key, std::optional<Value> value,
                               std::string_view applicationID);
 

@@ -28,9 +28,15 @@ class NSPropertyListSerialization {
   // size, so that memory stays within a small multiple of it.
   static Result<PropertyListReading> propertyListWithData(std::string_view bytes);
 
-  // InvalidArgument for a value that the format cannot hold (null, a URL) and for OpenStep.
+  // InvalidArgument for a value that the format cannot hold (null, a URL, a date beyond the years of four
+  // digits) and for OpenStep.
   static Result<std::string> dataWithPropertyList(const Value& value, NSPropertyListFormat format);
 };
+
+// The value without what no format can hold, at any depth: each is left out of the array or dictionary that
+// it stands in. A value that holds none of it, or is itself such, is given as it is. What a file is read
+// into may hold a null; without this nothing else that is in the file could be written any more.
+Value writablePropertyList(const Value& value);
 
 }  // namespace macos
 

@@ -26,6 +26,9 @@ inline constexpr std::string_view kUIDKey = "CF$UID";
 inline constexpr double kEarliestDate = -378683424000.0;  // -9999-01-01 00:00:00
 inline constexpr double kLatestDate = 252423993600.0;     // 10000-01-01 00:00:00, not included
 
+// Whether the formats have a form for the value; of an array or dictionary without what is in it.
+bool hasPropertyListForm(const Value& value);
+
 // Corrupt, with the byte and the cause.
 Status corruptPropertyList(std::string_view format, std::size_t offset, std::string_view cause);
 

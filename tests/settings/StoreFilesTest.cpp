@@ -115,6 +115,21 @@ TEST_F(StoreFilesOfAUser, AreReadByAnIndependentReader) {
   EXPECT_EQ(std::system(command.c_str()), 0);
 }
 
+TEST_F(StoreFilesOfAUser, AreWrittenWithoutWhatNoPropertyListCanHold) {
+  const auto store = makeStore();
+  setAll(*store, 1);
+  store->setFramesForApps({{"gone", Value()}, {"kept", Value(1)}});
+  auto list = std::make_shared<ItemList>();
+  list->entries = entriesFromArray(
+      Array{Value(Dictionary{{"name", Value("n")}, {"date", Value(macos::NSDate{1e300})}})}, "test");
+  store->setItemList(Collection::Favorites, list);
+  EXPECT_TRUE(store->save());
+  EXPECT_EQ(propertyList(storePath("DialogSizes.plist")), Value(Dictionary{{"kept", Value(1)}}));
+  EXPECT_EQ(propertyList(storePath("Default Set/Favorites.plist")),
+            Value(Array{Value(Dictionary{{"name", Value("n")}})}));
+  EXPECT_TRUE(host.log().contains("Favorites.plist: what no property list can hold is left out"));
+}
+
 TEST_F(StoreFilesOfAUser, ReadAsEmptyWhenTheyAreMissing) {
   const auto store = makeStore();
   EXPECT_EQ(store->favorites()->count(), 0U);

@@ -219,6 +219,34 @@ TEST_F(DamagedPreferences, OneDamagedDomainTakesNoOtherWithIt) {
   EXPECT_EQ(get("g"), Value(2));
 }
 
+// The dictionary {x: null, inner: {y: null}, kept: true} as a binary list.
+std::string domainWithNulls() {
+  using namespace std::string_literals;
+  return "bplist00\xD3\x01\x02\x03\x04\x05\x07\x51x\x55inner\x54kept\x00\xD1\x06\x04\x51y\x09"
+         "\x08\x0F\x11\x17\x1C\x1D\x20\x22"
+         "\0\0\0\0\0\0\x01\x01"
+         "\0\0\0\0\0\0\0\x08\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\x23"s;
+}
+
+TEST_F(DamagedPreferences, ANullInTheFileIsLeftOutAndKeepsNothingElseFromBeingWritten) {
+  writeBytes(domainWithNulls());
+  EXPECT_EQ(get("kept"), Value(true));
+  set("a", Value(1));
+  EXPECT_TRUE(synchronize());
+  EXPECT_EQ(domainContent(kDomain), "{'a': 1, 'inner': {}, 'kept': True}");
+  EXPECT_EQ(get("x"), std::nullopt);
+  EXPECT_TRUE(host_.log().contains(path_ + ": what no property list can hold is left out"));
+  EXPECT_EQ(host_.log().lines().size(), 1U);
+}
+
+TEST_F(DamagedPreferences, ANullInTheFileStaysWhileNothingIsChanged) {
+  writeBytes(domainWithNulls());
+  EXPECT_EQ(get("kept"), Value(true));
+  EXPECT_TRUE(synchronize());
+  EXPECT_EQ(bytes(), domainWithNulls());
+  EXPECT_TRUE(host_.log().lines().empty());
+}
+
 class UnreadablePreferences : public DamagedPreferences {};
 
 TEST_F(UnreadablePreferences, WithoutPermissionCountAsEmptyAndAreNeverReplaced) {

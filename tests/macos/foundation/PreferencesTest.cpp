@@ -333,6 +333,17 @@ TEST_F(Preferences, AValueThatNoPropertyListCanHoldIsLoggedAndIgnored) {
   EXPECT_TRUE(host_.log().contains("as an NSUserDefaults/CFPreferences value for key a"));
 }
 
+TEST_F(Preferences, ADateThatNoPropertyListCanHoldIsLoggedAndIgnored) {
+  for (const double seconds : {std::numeric_limits<double>::quiet_NaN(), 1e300, -1e300}) {
+    set("when", Value(NSDate{seconds}));
+    set("list", Value(Array{Value(NSDate{seconds})}));
+  }
+  set("a", Value(1));
+  EXPECT_EQ(host_.log().lines().size(), 6U);
+  EXPECT_TRUE(synchronize());
+  EXPECT_EQ(domainContent(kDomain), "{'a': 1}");
+}
+
 TEST_F(Preferences, AValueThatIsNestedTooDeeplyToBeReadAgainIsIgnored) {
   Value deep(1);
   for (int i = 0; i < 499; ++i) deep = Value(Array{deep});
