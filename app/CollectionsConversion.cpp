@@ -130,7 +130,9 @@ void CollectionsConversion::convertDefaultFolder(std::string_view key, const Val
   }
 }
 
-// A default folder of the application at another place stays, and hides the new one. Deliberate.
+// A default folder of the application at another place stays, and hides the new one. So does one that was
+// made of a link to a file: it was stored as that file, and is compared with the link itself, so that every
+// run adds it again. Deliberate.
 void CollectionsConversion::removeSameDefaultFolder(const std::string& application, const NSURL& location) {
   auto present = settings_.defaultFolderForApp(application, std::nullopt);
   if (!present) {

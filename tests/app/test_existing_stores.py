@@ -7,7 +7,7 @@ import pathlib
 import unittest
 
 import homes
-from home_case import CAFE, LETTER, PROJECTS, HomeCase, entry, hotkey
+from home_case import CAFE, FOLDERS, LETTER, PROJECTS, HomeCase, entry, hotkey
 from homes import Home
 
 OTHER = {"name": "own", "url": "file:///Users/anna/Other/", "itemType": 2}
@@ -91,6 +91,13 @@ class ExistingStoreTest(HomeCase):
         first, second = self.default_folders("Mine")
         self.assertEqual((CAFE.location(), 9), (first["url"], first["flags"]))
         self.assertEqual((PROJECTS.location(), 2), (second["url"], second["flags"]))
+
+    def test_a_default_folder_that_is_a_link_to_a_file_is_added_by_every_run(self):
+        link = FOLDERS["/Users/anna/Recent letter"]
+        self.check(Home(sets={"a": []}, defaults={"a": {"Editor": entry(link)}}))
+        for runs in (1, 2, 3):
+            self.assertEqual([LETTER.location()] * runs, [folder["url"] for folder in self.default_folders("a")])
+            self.run_again()
 
     def test_a_second_run_over_such_a_store_changes_nothing_but_dates_and_bookmarks(self):
         home = Home(sets={"Mine": [entry(PROJECTS, "p", CommandKey=hotkey(0, 0x0100)), entry(LETTER, "l")],
