@@ -42,6 +42,12 @@ void KeyConverter::loadResources() {
   source_ = macos::TISCopyCurrentKeyboardLayoutInputSource();
   base_ = macos::TISGetInputSourceProperty(source_.get(), macos::kTISPropertyUnicodeKeyLayoutData);
   uchrHeader_ = macos::UCKeyboardLayout(base_);
+  // The tables that were selected lie in the data of before, which may be gone.
+  keyModifiersToTableNum_ = {};
+  keyToCharTableIndex_ = {};
+  keyStateTerminators_ = {};
+  keyStateRecordsIndex_ = {};
+  keySequenceDataIndex_ = {};
 }
 
 bool KeyConverter::setupKeyboardTables(std::uint32_t index) {

@@ -42,7 +42,8 @@ class KeyConverter {
 
   // The string's UTF-16 units; its c_str() ends with a 16-bit zero.
   static std::u16string characterArrayOfString(std::string_view string);
-  // Takes the current layout anew. Without Unicode layout data nothing is found from then on.
+  // Takes the current layout anew; no tables are selected then. Without Unicode layout data nothing is
+  // found from then on.
   void loadResources();
   // Selects the tables of keyboard type number index (not a type code). False, and nothing changes, when
   // the layout data holds no such entry.

@@ -396,6 +396,19 @@ TEST(KeyConverter, FindsNothingWhenTheCurrentLayoutHasNoData) {
   EXPECT_EQ(converter.virtualKeyForCharacter(u's'), 0);
 }
 
+TEST(KeyConverter, SelectsNoTablesOfTheLayoutThatItHadBefore) {
+  const vennick::tests::TestHost host;
+  auto layout = std::make_unique<std::string>(LayoutSketch{{typeWithTables({u'a'})}}.data());
+  KeyConverter converter{std::string_view(*layout)};
+  ASSERT_TRUE(converter.setupKeyboardTables(0));
+  KeyStrokes strokes{};
+  ASSERT_TRUE(converter.loopOverCharacters(u'a', 0, KeyConverter::kNoDeadKeyState, 0, &strokes));
+  converter.loadResources();
+  layout.reset();
+  EXPECT_EQ(converter.modifierIndexForTable(0), -1);
+  EXPECT_FALSE(converter.loopOverCharacters(u'a', 0, KeyConverter::kNoDeadKeyState, 0, &strokes));
+}
+
 TEST(KeyConverter, GivesUpAfterSixteenMillionKeysAndEntries) {
   // Every keyboard type shares one table of 65,535 keys that type a, but the last one, which types b.
   TypeSketch type = typeWithTables(std::vector<std::uint16_t>(0xFFFF, u'a'));
