@@ -140,6 +140,18 @@ class HomeTest(HomeCase):
         self.migrate(Home(sets={"Work": [entry(PROJECTS, "p", CommandKey=hotkey(53, 0x0100))]}))
         self.assertEqual({"keyCode": 53, "modifierFlags": 0x100000}, self.favorites("Work")[0]["hotkey"])
 
+    def test_hotkeys_get_the_texts_of_the_keys_on_the_users_keyboard(self):
+        def prepare():
+            pathlib.Path(f"{self.root}{homes.PREFERENCES}/com.apple.HIToolbox.plist").write_bytes(
+                plistlib.dumps({"AppleCurrentKeyboardLayoutInputSourceID": "com.apple.keylayout.German"}))
+
+        keys = {6: "y", 16: "z", 24: "´", 41: "ö"}
+        places = [PROJECTS, CAFE, LETTER, FOLDERS["/Users/anna/書類"]]
+        self.migrate(Home(sets={"Work": [entry(place, "p", CommandKey=hotkey(code, 0x0100))
+                                         for code, place in zip(keys, places)]}), prepare)
+        found = [favorite["hotkey"] for favorite in self.favorites("Work")]
+        self.assertEqual(keys, {key["keyCode"]: key["charactersIgnoringModifiers"] for key in found})
+
     def test_an_item_that_was_tried_before_is_not_tried_again_outside_the_active_set(self):
         tried = entry(PROJECTS, "p", ResolveError=struct.pack("<h", 0))
         tried.tried = True
