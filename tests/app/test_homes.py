@@ -273,14 +273,21 @@ class HomeTest(HomeCase):
         listed = [line for line in self.messages() if line.startswith("Converting favorite folders: ")]
         self.assertLess(sum(map(len, listed)), alias_bytes / 4)
 
-    def test_a_german_user_gets_the_default_set_under_its_german_name_in_the_english_folder(self):
-        def prepare():
-            pathlib.Path(f"{self.root}{homes.PREFERENCES}/.GlobalPreferences.plist").write_bytes(
-                plistlib.dumps({"AppleLanguages": ["de-DE", "en"], "AppleLocale": "de_DE"}))
+    def speak_german(self):
+        pathlib.Path(f"{self.root}{homes.PREFERENCES}/.GlobalPreferences.plist").write_bytes(
+            plistlib.dumps({"AppleLanguages": ["de-DE", "en"], "AppleLocale": "de_DE"}))
 
-        self.migrate(Home(sets={}), prepare)
+    def test_a_german_user_gets_the_default_set_under_its_german_name_in_the_english_folder(self):
+        self.migrate(Home(sets={}), self.speak_german)
         self.assertEqual((["Standardset"], "Standardset"), (self.domain()["folderSets"], self.domain()["currentSet"]))
         self.assertEqual([], self.favorites("Default Set"))
+
+    def test_without_an_active_set_global_favorites_are_the_default_sets_under_its_german_name(self):
+        self.migrate(Home(sets={"Standardset": [entry(PROJECTS, "own")], "b": [entry(PROJECTS, "own")]},
+                          favorites_domain=[entry(CAFE, "global")]), self.speak_german)
+        self.assertEqual((["Standardset", "b"], "Standardset"), (self.domain()["folderSets"], self.domain()["currentSet"]))
+        self.assertEqual(["global"], [favorite["name"] for favorite in self.favorites("Default Set")])
+        self.assertEqual(["own"], [favorite["name"] for favorite in self.favorites("b")])
 
     def test_the_main_application_runs_again_with_its_notice(self):
         Home().write(self.root)
