@@ -2,6 +2,8 @@
 # Sourced by the scripts beside it: goes to the project's root folder, from whatever folder ($caller) they
 # were called.
 set -euo pipefail
+# It would make "cd" look elsewhere, and print where it went.
+unset CDPATH
 root=$(cd -- "$(dirname -- "${BASH_SOURCE[0]}")/.." && pwd -P)
 caller=$PWD
 readonly root caller
