@@ -84,6 +84,10 @@ Host::Parts posixHostParts() {
   parts.executable = executablePath();
   const std::string root = valueOf(parts.environment, "MACOS_ROOT");
   const auto files = std::make_shared<PosixFileSystem>(root.empty() ? "/" : root);
+  // What we start works in another folder, from where a relative root would lead elsewhere.
+  if (const auto whole = files->hostPath("/"); whole && !root.empty() && !isAbsolute(root)) {
+    parts.environment["MACOS_ROOT"] = *whole;
+  }
   const auto memory = std::make_shared<DiskMemory>();
   parts.files = std::make_shared<RememberingFileSystem>(files, memory);
   parts.volumes =

@@ -151,6 +151,61 @@ TEST_F(MainApplicationRun, TheNewInstanceGetsTheMigratorsEnvironmentWithAnOlderV
   EXPECT_NE(environment.find("\0HOME=/Users/anna\0"s), std::string::npos);
 }
 
+// It works in "/", from where a relative root would lead elsewhere.
+TEST_F(MainApplicationRun, TheNewInstanceIsToldTheWholeOfARelativeRoot) {
+  Start migrator = start(stagedBundle());
+  migrator.environment["MACOS_ROOT"] = root().filename();
+  migrator.arguments = {"-c", "cd '" + root().parent_path().string() + "' && exec \"$0\"",
+                        migrator.executable.string()};
+  migrator.executable = "/bin/sh";
+  EXPECT_EQ(run(migrator).exitStatus, 0);
+  expectOneNewInstance();
+}
+
+// What an application saves when it quits is there before anything is read.
+TEST_F(MainApplicationRun, WhatTheInstanceWritesWhenItQuitsIsCarriedOverAndKept) {
+  const std::string script = "trap 'cp " + root().string() + "/late/* " + preferences().string() +
+                             "; exit 0' TERM\necho ready\nwhile :; do sleep 0.02; done\n";
+  writeSettings("<key>MaxRecentFolders</key><integer>12</integer>");
+  writeDomain(kNewDomain, "<dict><key>theirOwn</key><string>from the quitting one</string></dict>");
+  fs::create_directories(root() / "late");
+  for (const std::string_view domain : {kMainDomain, kNewDomain}) {
+    fs::rename(domainFile(domain), root() / "late" / domainFile(domain).filename());
+  }
+  auto instance = startInstance(installInstance("Vennick 5.app", script));
+  EXPECT_EQ(run().exitStatus, 0);
+  EXPECT_FALSE(instance->isRunning());
+  EXPECT_EQ(settings("historySize,theirOwn"), "historySize=int:12 theirOwn=str:from the quitting one");
+}
+
+// It copies, as it begins, what it finds.
+TEST_F(MainApplicationRun, TheNewInstanceFindsEverythingSaved) {
+  copySampleDomains();
+  writeDomain(kPaneDomain, "<dict><key>SUEnableAutomaticChecks</key><true/></dict>");
+  const fs::path bundle = root() / "Applications/Vennick 5.app";
+  fs::create_directories(bundle.parent_path());
+  fs::copy(quietBundle(), bundle, fs::copy_options::recursive);
+  const fs::path found = root() / "found";
+  const fs::path store = home() / "Library/Application Support/com.quorvale.Vennick5";
+  installInstance("Vennick 5.app", "cp '" + domainFile(kNewDomain).string() + "' '" + found.string() +
+                                       ".plist'\ncp -R '" + store.string() + "' '" + found.string() +
+                                       ".part' && mv '" + found.string() + ".part' '" + found.string() +
+                                       "'\n");
+  EXPECT_EQ(run(start(bundle)).exitStatus, 0);
+  for (int i = 0; i < 1000 && !fs::exists(found); ++i) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+  }
+  EXPECT_EQ(readFile(found.string() + ".plist"), readFile(domainFile(kNewDomain)));
+  std::size_t files = 0;
+  for (const auto& entry : fs::recursive_directory_iterator(store)) {
+    if (!entry.is_regular_file()) continue;
+    ++files;
+    EXPECT_EQ(readFile(found / entry.path().lexically_relative(store)), readFile(entry.path()))
+        << entry.path();
+  }
+  EXPECT_GE(files, 4U + 9U);
+}
+
 TEST_F(MainApplicationRun, ALaunchThatFailsIsNotReported) {
   const Outcome outcome = run(start(quietBundle()));
   EXPECT_EQ(outcome.exitStatus, 0);

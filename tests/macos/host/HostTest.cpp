@@ -176,6 +176,19 @@ TEST(PosixHost, LooksFilesUpInTheRootOfTheEnvironment) {
   });
 }
 
+// Whoever is started by this process works in another folder.
+TEST(PosixHost, PutsTheWholeOfARelativeRootIntoTheEnvironment) {
+  const vennick::tests::TemporaryRoot root;
+  expectInChild([&] {
+    const std::filesystem::path path = root.path();
+    std::filesystem::current_path(path.parent_path());
+    ::setenv("MACOS_ROOT", path.filename().c_str(), 1);
+    EXPECT_EQ(posixHostParts().environment.at("MACOS_ROOT"), path);
+    ::setenv("MACOS_ROOT", "there/is/no/such/root", 1);
+    EXPECT_EQ(posixHostParts().environment.at("MACOS_ROOT"), "there/is/no/such/root");
+  });
+}
+
 TEST(PosixHost, FindsNothingInARootThatIsNotThere) {
   expectInChild([] {
     ::setenv("MACOS_ROOT", "/there/is/no/such/root", 1);
