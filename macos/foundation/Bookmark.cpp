@@ -206,7 +206,8 @@ std::optional<NSError> writeBookmarkData(const NSData& bookmark, const NSURL& to
         "The file couldn’t be saved because the specified URL type isn’t supported.";
     return unsupported;
   }
-  const std::string path = toURL.fileSystemRepresentation();
+  const std::string given = toURL.fileSystemRepresentation();
+  const std::string path = given.empty() ? given : pathAsOnDisk(given);
   const auto content = BookmarkData::decode(bookmark.bytes);
   const Integer options =
       content ? content->integer(BookmarkKey::CreationOptions).value_or(Integer(0)) : Integer(0);

@@ -332,6 +332,21 @@ TEST(FileQueries, AnAliasFileFindsItsItemAfterAMove) {
   EXPECT_EQ(URLByResolvingAliasFile(url("/Users/anna/alias")), url("/Users/anna/renamed"));
 }
 
+TEST(FileQueries, AnAliasFileIsMadeUnderTheSpellingsThatTheDiskHas) {
+  TestHost host;
+  host.root().writeFile("/Users/anna/target", "");
+  // The URL's path is decomposed, the names on this disk are not.
+  host.root().writeFile("/Users/anna/\u00DCbung/caf\u00E9", "old");
+  const NSURL alias = url("/Users/anna/\u00DCbung/caf\u00E9");
+  ASSERT_FALSE(createAliasFileAtURL(url("/Users/anna/target"), alias).has_value());
+  EXPECT_EQ(URLByResolvingAliasFile(alias), url("/Users/anna/target"));
+  EXPECT_TRUE(host.root().exists("/Users/anna/\u00DCbung/._caf\u00E9"));
+  EXPECT_FALSE(host.root().exists("/Users/anna/\u00DCbung/cafe\u0301")) << "no second file beside the first";
+  ASSERT_FALSE(
+      createAliasFileAtURL(url("/Users/anna/target"), url("/Users/anna/\u00DCbung/new")).has_value());
+  EXPECT_TRUE(host.root().exists("/Users/anna/\u00DCbung/new"));
+}
+
 TEST(FileQueries, WhatIsNoAliasFileResolvesToItself) {
   TestHost host;
   host.root().writeFile("/plain", "");
