@@ -275,7 +275,7 @@ std::shared_ptr<NSBundle> NSBundle::mainBundle() { return hostLocal<MainBundle>(
 std::shared_ptr<NSBundle> NSBundle::bundleWithURL(const NSURL& url) {
   if (!url.isFileURL()) return nullptr;
   if (const auto folder = folderAroundMainBundle(url)) return bundleAt(*folder, true);
-  return bundleWithPath(pathAsOnDisk(url.path()));
+  return bundleWithPath(pathAsOnDisk(url.fileSystemRepresentation()));
 }
 
 std::shared_ptr<NSBundle> NSBundle::bundleWithPath(std::string_view path) {

@@ -124,6 +124,14 @@ TEST(FileQueries, PathExistsAndIsApplicationOfAScriptAppletIsNo) {
   EXPECT_FALSE(pathExistsAndIsApplication(url("/none.app")));
 }
 
+TEST(FileQueries, AScriptAppletWhoseNameIsNotUTF8IsNoApplicationEither) {
+  TestHost host;
+  makeBundle(host.root(), "/caf\xE9.app", "applet");
+  makeBundle(host.root(), "/th\xE9.app", "Tea");
+  EXPECT_FALSE(pathExistsAndIsApplication(url("/caf\xE9.app")));
+  EXPECT_TRUE(pathExistsAndIsApplication(url("/th\xE9.app")));
+}
+
 TEST(FileQueries, AliasesAndHiddenItemsAreRecognised) {
   TestHost host;
   host.root().writeFile("/alias", "");
