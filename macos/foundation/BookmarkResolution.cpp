@@ -21,9 +21,13 @@ constexpr std::size_t kMostAliasFilesInAChain = 32;
 // What a date loses on its way through a floating-point number, and a little more.
 constexpr double kDateTolerance = 1e-6;
 
+// Appended in place: a bookmark may name any number of components.
 std::string joined(const std::string& base, const std::vector<std::string>& components) {
   std::string path = base;
-  for (const std::string& component : components) path = pathByAppendingComponent(path, component);
+  for (const std::string& component : components) {
+    if (path.back() != '/') path.push_back('/');
+    path.append(component);
+  }
   return path;
 }
 

@@ -16,10 +16,15 @@ namespace {
 // As many links as the platform follows in one path.
 constexpr int kMaximumLinks = 32;
 
-std::string joined(const std::string& folder, std::string_view name) {
-  std::string path = folder == "/" ? folder : folder + "/";
+// In place, since a path that a file names may have any number of components.
+void appendComponent(std::string& path, std::string_view name) {
+  if (path != "/") path.push_back('/');
   path.append(name);
-  return path;
+}
+
+std::string joined(std::string folder, std::string_view name) {
+  appendComponent(folder, name);
+  return folder;
 }
 
 std::vector<std::string> partsOf(std::string_view path) {
@@ -128,24 +133,25 @@ std::string resolvedByComponents(FileSystem& files, std::string_view path) {
     rest.pop_front();
     if (component == ".") continue;
     if (component == "..") {
-      resolved = pathByDeletingLastPathComponent(resolved);
+      resolved.resize(std::max<std::size_t>(resolved.rfind('/'), 1));
       continue;
     }
-    std::string next = joined(resolved, component);
-    if (isThere) {
-      next = pathAsOnDisk(next);
-      const auto info = files.info(next, FollowLinks::No);
-      isThere = info.ok();
-      if (info.ok() && info->kind == FileKind::Link) {
-        const auto target = files.readLink(next);
-        if (target.ok() && ++links <= kMaximumLinks) {
-          const std::vector<std::string> components = partsOf(*target);
-          rest.insert(rest.begin(), components.begin(), components.end());
-          if (target->starts_with('/')) resolved = "/";
-          continue;
-        }
-        isThere = false;
+    if (!isThere) {
+      appendComponent(resolved, component);
+      continue;
+    }
+    std::string next = pathAsOnDisk(joined(resolved, component));
+    const auto info = files.info(next, FollowLinks::No);
+    isThere = info.ok();
+    if (info.ok() && info->kind == FileKind::Link) {
+      const auto target = files.readLink(next);
+      if (target.ok() && ++links <= kMaximumLinks) {
+        const std::vector<std::string> components = partsOf(*target);
+        rest.insert(rest.begin(), components.begin(), components.end());
+        if (target->starts_with('/')) resolved = "/";
+        continue;
       }
+      isThere = false;
     }
     resolved = std::move(next);
   }
@@ -162,7 +168,12 @@ std::string resolvedLinks(std::string_view path) {
 std::string tidied(std::string_view path) {
   std::string result = path.starts_with('/') ? "/" : "";
   for (const std::string& component : partsOf(path)) {
-    if (component != ".") result = result.empty() ? component : joined(result, component);
+    if (component == ".") continue;
+    if (result.empty()) {
+      result = component;
+    } else {
+      appendComponent(result, component);
+    }
   }
   return result;
 }

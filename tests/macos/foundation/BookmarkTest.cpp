@@ -14,6 +14,7 @@
 #include "macos/foundation/FileMetadata.h"
 #include "macos/foundation/ResourceKeys.h"
 #include "tests/support/IndependentReader.h"
+#include "tests/support/ProcessorTime.h"
 #include "tests/support/TestHost.h"
 
 namespace macos {
@@ -295,6 +296,17 @@ TEST_F(Bookmark, CutAtAnyByteIsCorrupt) {
     EXPECT_FALSE(URLByResolvingBookmarkData(NSData{bytes.substr(0, length)}, 0, nullptr, &error));
     EXPECT_EQ(error.code, 259);
   }
+}
+
+TEST_F(Bookmark, OfAPathOfManyComponentsLeadsNowhereInTimeByItsLength) {
+  Array components;
+  for (int i = 0; i < 200'000; ++i) components.append(Value("n"));
+  BookmarkData bookmark;
+  bookmark.set(BookmarkKey::PathComponents, Value(std::move(components)));
+  const NSData data{bookmark.encode()};
+  const auto start = vennick::tests::processorTime();
+  EXPECT_EQ(resolved(data), "");
+  EXPECT_LT(vennick::tests::processorTime() - start, std::chrono::seconds(10));
 }
 
 TEST_F(Bookmark, LeadsNowhereOutsideTheRoot) {

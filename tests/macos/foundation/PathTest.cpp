@@ -5,6 +5,8 @@
 
 #include <cerrno>
 
+#include "tests/support/ProcessorTime.h"
+#include "tests/support/Sanitizers.h"
 #include "tests/support/TestHost.h"
 
 namespace macos {
@@ -125,6 +127,22 @@ TEST(Path, ResolvingFollowsEveryLinkAsFarAsThereAreItems) {
   EXPECT_EQ(pathByResolvingSymlinks("/link/../x"), "/x");
   EXPECT_EQ(pathByResolvingSymlinks("link/inner"), "link/inner");
   EXPECT_EQ(pathByResolvingSymlinks(""), "");
+}
+
+TEST(Path, OfManyComponentsIsStandardizedInTimeByItsLength) {
+#ifdef VENNICK_SANITIZED
+  constexpr int kComponents = 200'000;
+#else
+  constexpr int kComponents = 500'000;
+#endif
+  TestHost host;
+  std::string path;
+  for (int i = 0; i < kComponents; ++i) path += "/n";
+  const auto start = vennick::tests::processorTime();
+  EXPECT_EQ(pathByStandardizing(path + "/./"), path);
+  EXPECT_EQ(pathByStandardizing(path + "/../x"), path.substr(0, path.size() - 1) + "x");
+  EXPECT_EQ(pathByResolvingSymlinks(path), path);
+  EXPECT_LT(vennick::tests::processorTime() - start, std::chrono::seconds(5));
 }
 
 TEST(Path, LinksNeverLeadOutsideTheRoot) {
