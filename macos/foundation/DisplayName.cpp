@@ -29,6 +29,12 @@ constexpr std::string_view kLocalizedMark = ".localized";
 constexpr std::string_view kBootVolumeName = "Macintosh HD";
 constexpr std::uint64_t kLargestTable = 16U << 20U;
 
+// A text without characters names nothing.
+std::optional<std::string> nameIn(const Dictionary& table, std::string_view key) {
+  const auto text = table.string(key);
+  return text && !text->empty() ? std::optional(std::string(*text)) : std::nullopt;
+}
+
 // A missing table and one that is none are the same: empty.
 Dictionary tableWithBytes(const Result<std::string>& bytes) {
   if (!bytes.ok()) return {};
@@ -64,7 +70,7 @@ class SystemTables {
     const Languages suitable = NSBundle::preferredLocalizationsFromArray(names_, languages);
     const std::lock_guard lock(mutex_);
     for (const std::string& localization : suitable) {
-      if (const auto text = table(localization).string(folder)) return std::string(*text);
+      if (auto text = nameIn(table(localization), folder)) return text;
     }
     return std::nullopt;
   }
@@ -110,7 +116,7 @@ std::string nameOfLocalizedFolder(const std::string& path, const std::string& st
   for (const std::string& language : found) {
     const Dictionary table =
         tableAtPath(pathByAppendingComponent(tables, language + std::string(kTableExtension)));
-    if (const auto text = table.string(stem)) return std::string(*text);
+    if (auto text = nameIn(table, stem)) return *std::move(text);
   }
   return stem;
 }
@@ -131,7 +137,7 @@ std::optional<std::string> nameOfApplication(const std::string& path, const std:
     const auto bytes =
         bundle->contentsOfResource(localization + std::string(kLocalizationSuffix) + "/InfoPlist", "strings");
     const Dictionary table = bytes ? stringsTableWithData(*bytes).valueOr(Dictionary()) : Dictionary();
-    if (const auto text = table.string("CFBundleDisplayName")) return std::string(*text);
+    if (auto text = nameIn(table, "CFBundleDisplayName")) return text;
   }
   return std::nullopt;
 }

@@ -69,11 +69,13 @@ TEST(DisplayName, ALocalizedFolderCarriesItsOwnNames) {
   TestHost host;
   host.root().writeFile("/Work.localized/.localized/de.strings", "\"Work\" = \"Arbeit\";");
   host.root().writeFile("/Work.localized/.localized/en.strings", "\"Work\" = \"Business\";");
+  host.root().writeFile("/Empty.localized/.localized/de.strings", "\"Empty\" = \"\";");
   host.root().makeFolder("/Plain.localized");
   host.root().writeFile("/File.localized", "");
   EXPECT_EQ(nameIn("/Work.localized", {"de"}), "Arbeit");
   EXPECT_EQ(nameIn("/Work.localized", {"fr", "en"}), "Business");
   EXPECT_EQ(nameIn("/Work.localized", {"fr"}), "Work");
+  EXPECT_EQ(nameIn("/Empty.localized", {"de"}), "Empty") << "no name is empty";
   EXPECT_EQ(nameIn("/Plain.localized", {"de"}), "Plain");
   EXPECT_EQ(nameIn("/File.localized", {"de"}), "File.localized") << "only a folder is one";
 }
