@@ -9,8 +9,6 @@
 
 namespace macos {
 
-namespace {}  // namespace
-
 std::string NSLocale::languageCode() const {
   const auto end = std::find_if_not(identifier_.begin(), identifier_.end(), isASCIILetter);
   return lowercaseASCII(
