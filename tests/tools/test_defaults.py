@@ -164,6 +164,14 @@ class Defaults(ToolTest):
                          "\nDomain (com.example.a) not found.\nDefaults have not been changed.\n")
         self.assertEqual(self.domain("com.example.a"), {"x": 1})
 
+    def test_messages_call_the_global_domain_by_the_platforms_constant(self):
+        for name in ("-g", "-globalDomain", "NSGlobalDomain"):
+            self.assertEqual(self.refused("read", name, "y"),
+                             "\nThe domain/default pair of (kCFPreferencesAnyApplication, y) does not exist\n")
+            self.assertEqual(self.refused("read", name), "\nDomain kCFPreferencesAnyApplication does not exist\n")
+            self.assertEqual(self.refused("delete", name, "y"),
+                             "\nDomain (kCFPreferencesAnyApplication) not found.\nDefaults have not been changed.\n")
+
     def test_typed_values_are_written_as_what_they_are(self):
         written = {("-string", "12"): "12", ("-int", "-12"): -12, ("-integer", "7"): 7, ("-float", "1.5"): 1.5,
                    ("-bool", "yes"): True, ("-boolean", "FALSE"): False, ("-data", "00ff10"): b"\x00\xff\x10",

@@ -59,6 +59,7 @@ constexpr std::string_view kUsage =
     "  -dict-add <key1> <value1> ...\n";
 
 constexpr std::string_view kGlobalDomainName = "Apple Global Domain";
+constexpr std::string_view kGlobalDomainInMessages = "kCFPreferencesAnyApplication";
 constexpr std::string_view kExtension = ".plist";
 constexpr std::string_view kGlobalDomainFile = ".GlobalPreferences.plist";
 
@@ -83,6 +84,11 @@ bool isGlobal(std::string_view domain) {
 
 std::string_view applicationID(std::string_view domain) {
   return isGlobal(domain) ? macos::kCFPreferencesAnyApplication : domain;
+}
+
+// As messages call the domain.
+std::string named(std::string_view domain) {
+  return std::string(isGlobal(domain) ? kGlobalDomainInMessages : domain);
 }
 
 Dictionary contents(std::string_view domain) {
@@ -130,13 +136,13 @@ int read(const Words& words) {
   if (words.size() == 2) {
     const Value* value = domain.find(words[1]);
     if (value == nullptr) {
-      return fail("The domain/default pair of (" + words[0] + ", " + words[1] + ") does not exist");
+      return fail("The domain/default pair of (" + named(words[0]) + ", " + words[1] + ") does not exist");
     }
     print(shown(*value) + "\n");
     return 0;
   }
   if (domain.empty()) {
-    return fail("Domain " + words[0] + " does not exist");
+    return fail("Domain " + named(words[0]) + " does not exist");
   }
   print(shown(Value(domain)) + "\n");
   return 0;
@@ -145,7 +151,7 @@ int read(const Words& words) {
 int synchronize(std::string_view domain) {
   return macos::CFPreferencesAppSynchronize(applicationID(domain))
              ? 0
-             : fail("Could not write domain " + std::string(domain) + "; exiting");
+             : fail("Could not write domain " + named(domain) + "; exiting");
 }
 
 // Tells whoever listens that the user's languages are others now.
@@ -230,7 +236,7 @@ int remove(const Words& words) {
   const Dictionary domain = contents(words[0]);
   const bool isThere = words.size() == 2 ? domain.contains(words[1]) : !domain.empty();
   if (!isThere) {
-    return fail("Domain (" + words[0] + ") not found.\nDefaults have not been changed.");
+    return fail("Domain (" + named(words[0]) + ") not found.\nDefaults have not been changed.");
   }
   for (const auto& entry : domain) {
     if (words.size() == 1 || entry.key() == words[1]) {
