@@ -65,8 +65,15 @@ void LocationIndex::count(const macos::Dictionary& entry, std::ptrdiff_t change)
   if (!text) {
     return;
   }
-  std::size_t& counted = macos::isASCII(*text) ? counts_[hashOf(*text)] : otherTexts_;
-  counted += static_cast<std::size_t>(change);
+  if (!macos::isASCII(*text)) {
+    otherTexts_ += static_cast<std::size_t>(change);
+    return;
+  }
+  const auto counted = counts_.try_emplace(hashOf(*text), 0).first;
+  counted->second += static_cast<std::size_t>(change);
+  if (counted->second == 0) {
+    counts_.erase(counted);
+  }
 }
 
 }  // namespace vennick

@@ -5,7 +5,7 @@
 // once. Only copy() detaches. An item without a dictionary reads as empty and changes nothing.
 //
 // The dictionary's keys are below; each is optional, and a value of the wrong type reads as missing. Main
-// thread, like the lists that hold the dictionaries.
+// thread, like the lists that hold the dictionaries. Whoever sets "url" past it calls noteLocationChange().
 #ifndef ITEMS_VKITEM_H
 #define ITEMS_VKITEM_H
 

@@ -90,11 +90,13 @@ void removeFromList(Dictionary& entry, std::string_view key, const std::optional
   if (list == nullptr) {
     return;
   }
-  for (std::size_t index = list->size(); index-- > 0;) {
-    if ((*list)[index].ifString() == *string) {
-      list->removeAt(index);
+  Array kept;
+  for (const Value& each : *list) {
+    if (each.ifString() != *string) {
+      kept.append(each);
     }
   }
+  *list = std::move(kept);
 }
 
 std::optional<std::vector<VKItem>> itemsWhoseListContains(const SharedItemList& items, std::string_view key,
@@ -217,12 +219,13 @@ void VKItemArray::setKvoOwner(std::shared_ptr<macos::NSObservable> owner) {
 
 void VKItemArray::replaceContent(SharedItemList items) {
   const auto owner = kvoOwner();
+  const std::string key = kvoKey_.value_or("");
   if (owner) {
-    owner->willChangeValueForKey(*kvoKey_);
+    owner->willChangeValueForKey(key);
   }
   items_ = std::move(items);
   if (owner) {
-    owner->didChangeValueForKey(*kvoKey_);
+    owner->didChangeValueForKey(key);
   }
 }
 
@@ -268,10 +271,10 @@ bool VKItemArray::addURL(const Addition& addition) {
 // trimmed, and the entry keeps its type and bookmark.
 bool VKItemArray::refreshNewest(const SoughtLocation& location, const Addition& addition,
                                 const std::string& name, NSDate date) {
+  const ListLock lock(items_);
   if (!items_ || items_->entries.empty() || !location.matches(*items_->entries.back())) {
     return false;
   }
-  const ListLock lock(items_);
   Dictionary& newest = *items_->entries.back();
   newest.set(ItemKeys::Name, Value(name));
   newest.set(ItemKeys::Date, Value(date));
@@ -442,7 +445,7 @@ void VKItemArray::removeItem(const VKItem& item) {
   }
   // A copy, since the item's own dictionary may be the entry that goes.
   const Dictionary sought = *item.dict();
-  auto& entries = items_->entries;
+  const auto& entries = items_->entries;
   const auto isSought = [&](const SharedDictionary& entry) { return macos::isEqual(*entry, sought); };
   const auto first = std::find_if(entries.begin(), entries.end(), isSought);
   if (first == entries.end()) {
@@ -451,8 +454,11 @@ void VKItemArray::removeItem(const VKItem& item) {
   // The notice names one index even when several equal entries go. Deliberate.
   const Announcement announcement(*this, NSKeyValueChange::Removal,
                                   {static_cast<std::size_t>(first - entries.begin())});
-  std::erase_if(entries, isSought);
-  items_->locations.forget();
+  // An observer of the will-change may have taken the list away.
+  if (items_) {
+    std::erase_if(items_->entries, isSought);
+    items_->locations.forget();
+  }
 }
 
 void VKItemArray::removeItemAtIndex(std::size_t index) {

@@ -12,6 +12,7 @@
 #include "macos/foundation/PropertyList.h"
 #include "macos/foundation/Text.h"
 #include "tests/items/RecordingOwner.h"
+#include "tests/support/ProcessorTime.h"
 #include "tests/support/TestHost.h"
 
 namespace vennick {
@@ -474,6 +475,17 @@ TEST_F(ItemArray, RemovesEqualStringsFromARecordsListsAndKeepsTheOthers) {
   EXPECT_EQ(owner->notices, (std::vector<std::string>{"will replace [0] of 1", "did replace [0] of 1"}));
 }
 
+TEST_F(ItemArray, RemovesStringsFromALongListInTimeByItsLength) {
+  Array applications;
+  for (int i = 0; i < 200'000; ++i) applications.append(Value(i % 2 == 0 ? "a" : "b"));
+  const auto entry = std::make_shared<Dictionary>(Dictionary{{"applications", Value(applications)}});
+  array.addItem(VKItem(entry));
+  const auto start = tests::processorTime();
+  EXPECT_TRUE(array.deleteItemForApplication("a", std::nullopt));
+  EXPECT_LT(tests::processorTime() - start, std::chrono::seconds(5));
+  EXPECT_EQ(entry->array("applications")->size(), 100'000U);
+}
+
 TEST_F(ItemArray, KeepsLocationsWithNamesOfEveryKindOnce) {
   const std::vector<std::string> names{"line\nbreak",         "caf\xE9",   "a:b", ".dot", "%41?#;",
                                        std::string(255, 'n'), "\u00DCbung"};
@@ -633,6 +645,14 @@ TEST_F(FedItemArrayTest, ShowsTheVeryListThatTheSignalDelivers) {
   EXPECT_EQ(list->entries.size(), 1U);
 }
 
+TEST_F(FedItemArrayTest, TakesItsListWithoutAKeyToo) {
+  fed->setKvoKey(std::nullopt);
+  const auto list = std::make_shared<ItemList>();
+  subject.sendNext(list);
+  EXPECT_EQ(fed->items(), list);
+  EXPECT_TRUE(owner->notices.empty());
+}
+
 TEST_F(FedItemArrayTest, IsNotKeptAliveByTheSignal) {
   const std::weak_ptr<VKItemArray> weak = fed;
   fed.reset();
@@ -763,6 +783,33 @@ TEST_F(ItemArray, AnObserverThatTakesAwayWhatIsToBeRemovedDoesNoHarm) {
   owner->onNotice = [&] { array.setItems(nullptr); };
   EXPECT_TRUE(array.deleteItemForURL(url("/b")));
   EXPECT_EQ(array.count(), 0U);
+}
+
+TEST_F(ItemArray, RemovingAnItemFromAListThatAnObserverTakesAwayDoesNoHarm) {
+  add("/a");
+  add("/b");
+  const auto list = array.items();
+  owner->onNotice = [&] { array.setItems(nullptr); };
+  array.removeItem(VKItem(list->entries[0]));
+  EXPECT_EQ(array.count(), 0U);
+  EXPECT_EQ(list->entries.size(), 2U) << "it is not this array's list any more";
+}
+
+TEST_F(ItemArray, LooksAtTheNewestEntryUnderTheLockUnderWhichItRefreshesIt) {
+  add("/b");
+  add("/a");
+  array.setKvoOwner(nullptr);
+  const auto list = array.items();
+  list->mutex.lock();
+  std::thread adding([&] { array.addURL({.url = url("/a"), .name = "again", .type = kItemTypeFolder}); });
+  // Whatever it was looking at when it came to the lock: the newest entry is another one now.
+  std::this_thread::sleep_for(std::chrono::milliseconds(100));
+  list->entries.pop_back();
+  list->mutex.unlock();
+  adding.join();
+  ASSERT_EQ(array.count(), 2U);
+  EXPECT_EQ(VKItem(list->entries[0]).name(), "b") << "which keeps its name";
+  EXPECT_EQ(VKItem(list->entries[1]).name(), "again");
 }
 
 TEST_F(ItemArray, TakesAddsFromManyThreads) {

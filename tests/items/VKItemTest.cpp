@@ -350,6 +350,14 @@ TEST_F(Item, ResolvesARelativeLocationAgainstTheBase) {
   EXPECT_EQ(item.dict()->string("url"), "./Projects") << "the stored location stays relative";
 }
 
+TEST_F(Item, ResolvesARelativeLocationBesideABaseWithoutASlashAsURLsDo) {
+  host.root().makeFolder("/Users/a/Projects");
+  VKItem item(shared({{"url", Value("./Projects")}}));
+  const auto url = item.resolvedURL(0, NSURL::URLWithString("file:///Users/a/Library"));
+  ASSERT_TRUE(url);
+  EXPECT_EQ(url->absoluteString(), "file:///Users/a/Projects/");
+}
+
 TEST_F(Item, KeepsARelativeLocationThatIsNotInTheBase) {
   VKItem item(shared({{"url", Value("./Nowhere")}}));
   const auto url = item.resolvedURL(0, folderURL("/Users/a"));
