@@ -4,6 +4,8 @@
 //   event  := "AEv1" class identifier returnID:16 transaction:32 address parameters
 //   desc   := type 0:8 size:32 bytes  |  type 1:8 count:32 { keyword desc }
 // The data of numbers and codes stays as it is: both ends are on one machine.
+#include <algorithm>
+
 #include "macos/carbon/AppleEvents.h"
 #include "macos/carbon/ByteOrder.h"
 
@@ -65,7 +67,14 @@ class Reader {
       if (!read(&field.keyword) || !readDesc(&field.desc, depth + 1)) return false;
       desc->fields.push_back(std::move(field));
     }
-    return true;
+    return haveDifferentKeywords(desc->fields);
+  }
+
+  static bool haveDifferentKeywords(const std::vector<AERecordField>& fields) {
+    std::vector<AEKeyword> keywords;
+    for (const AERecordField& field : fields) keywords.push_back(field.keyword);
+    std::sort(keywords.begin(), keywords.end());
+    return std::adjacent_find(keywords.begin(), keywords.end()) == keywords.end();
   }
 
   std::string_view bytes_;

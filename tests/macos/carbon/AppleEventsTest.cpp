@@ -376,6 +376,13 @@ TEST_F(AEFlatten, SurvivesEveryByteReplacedByExtremes) {
   }
 }
 
+TEST_F(AEFlatten, RefusesARecordWithAKeywordTwice) {
+  AppleEvent event = eventWith(kText, AEDesc::withData(kText, "one"));
+  event.parameters.fields.push_back({kText, AEDesc::withData(kText, "another")});
+  AppleEvent back;
+  EXPECT_EQ(macos::AEUnflattenEvent(macos::AEFlattenEvent(event), &back), -1702);
+}
+
 TEST_F(AEFlatten, RefusesRecordsThatAreTooDeep) {
   AEDesc desc = AEDesc::withData(kText, "");
   for (int level = 0; level < 1000; ++level) {
