@@ -249,6 +249,12 @@ std::optional<ItemOnDisk> itemOfReference(const FSRef& ref) {
   return item;
 }
 
+std::string lastSeenPath(const FSRef& ref) {
+  if (!ref.isValid()) return "";
+  const Content content = contentOf(ref);
+  return hostLocal<LastPlaces>().find(content.device, content.inode);
+}
+
 OSErr FSCompareFSRefs(const FSRef& a, const FSRef& b) {
   if (!a.isValid() || !b.isValid()) return fnfErr;
   const Content first = contentOf(a), second = contentOf(b);

@@ -56,6 +56,10 @@ std::optional<NSURL> CFURLCreateFromFSRef(const FSRef& ref);
 // The same with plain paths. FSRefMakePath gives fnfErr for what is not there and stores nothing.
 OSErr FSPathMakeRef(std::string_view path, FSRef* ref, bool* isDirectory = nullptr);
 OSErr FSRefMakePath(const FSRef& ref, std::string* path);
+// Where the item was when it was last looked up. No disk is asked, so that the answer comes also when a disk
+// gives none; the item may be elsewhere by now. "" for an invalid reference, and when the place was
+// forgotten.
+std::string lastSeenPath(const FSRef& ref);
 // The item of that name in a folder: fnfErr, dirNFErr, bdNamErr for an empty or too long name.
 OSErr FSMakeFSRefUnicode(const FSRef& parent, const HFSUniStr255& name, FSRef* ref);
 // noErr for one and the same item, errFSRefsDifferent otherwise, fnfErr for an invalid reference.

@@ -244,6 +244,20 @@ TEST_F(Reference, ManyOfThemAreFoundAlthoughFewPlacesAreRemembered) {
     EXPECT_EQ(pathOf(refs[static_cast<std::size_t>(i)]), "/Users/anna/file" + std::to_string(i));
 }
 
+TEST_F(Reference, TellsWithoutALookWhereItsItemWasSeenLast) {
+  const FSRef ref = refTo(kReport);
+  const auto counter = host.interpose<CountingFileSystem>();
+  EXPECT_EQ(lastSeenPath(ref), kReport);
+  EXPECT_EQ(lastSeenPath(FSRef()), "");
+  EXPECT_EQ(counter->total(), 0);
+  move(host, kReport, "/Users/anna/Documents/renamed.txt");
+  EXPECT_EQ(lastSeenPath(ref), kReport) << "nobody has looked since";
+  pathOf(ref);
+  EXPECT_EQ(lastSeenPath(ref), "/Users/anna/Documents/renamed.txt");
+  const TestHost other(anotherProcess());
+  EXPECT_EQ(lastSeenPath(ref), "");
+}
+
 TEST_F(Reference, CostsThreeLooksToMakeAndOneToFollow) {
   const auto counter = host.interpose<CountingFileSystem>();
   const FSRef ref = refTo(kReport);
