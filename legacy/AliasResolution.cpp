@@ -84,6 +84,7 @@ struct AliasFileJob {
   unsigned mountFlags = 0;
   OSErr code = macos::fnfErr;
   bool wasAliased = false;
+  std::optional<LSItemInfoFlags> targetFlags;  // nullopt when nothing can be told of the target
 };
 
 void resolveTheOldWay(AliasFileJob& job) {
@@ -103,9 +104,21 @@ void resolveThroughBookmark(AliasFileJob& job) {
   job.code = job.wasAliased ? macos::noErr : macos::fnfErr;
 }
 
+void resolveInWorker(AliasFileJob& job, bool usesBookmarks) {
+  usesBookmarks ? resolveThroughBookmark(job) : resolveTheOldWay(job);
+  LSItemInfoFlags flags = 0;
+  if (job.code == macos::noErr && basicFlags(job.ref, &flags) == macos::noErr) {
+    job.targetFlags = flags;
+  }
+}
+
+// Without a look at the disk, which may be the one that does not answer.
 std::string urlTextForLog(const FSRef& ref) {
-  const auto url = macos::CFURLCreateFromFSRef(ref);
-  return url ? url->absoluteString().substr(0, kLongestLoggedURL) : std::string();
+  const std::string path = macos::lastSeenPath(ref);
+  if (path.empty()) {
+    return "";
+  }
+  return macos::NSURL::fileURLWithPathIsDirectory(path, false).absoluteString().substr(0, kLongestLoggedURL);
 }
 
 class AliasFileChain {
@@ -125,17 +138,17 @@ class AliasFileChain {
       return {kAliasLeadsToItselfErr, FSRef(), false, true};
     }
     met_.push_back(ref);
-    Answer answer = followOne(ref);
-    LSItemInfoFlags flags = 0;
-    if (answer.code != macos::noErr || basicFlags(answer.target, &flags) != macos::noErr) {
+    std::optional<LSItemInfoFlags> flags;
+    Answer answer = followOne(ref, &flags);
+    if (!flags) {
       return answer;
     }
     if (isSameItem(answer.target, ref)) {
       answer.code = kAliasLeadsToItselfErr;
-    } else if ((flags & kLeadsElsewhere) != 0) {
+    } else if ((*flags & kLeadsElsewhere) != 0) {
       return follow(answer.target);
     } else {
-      answer.isFolder = (flags & kIsNoFolder) == 0;
+      answer.isFolder = (*flags & kIsNoFolder) == 0;
     }
     return answer;
   }
@@ -145,21 +158,21 @@ class AliasFileChain {
     return std::any_of(met_.begin(), met_.end(), [&](const FSRef& each) { return isSameItem(each, ref); });
   }
 
-  Answer followOne(const FSRef& ref) const {
+  // Whatever has to do with the disks is the worker's: to wait for it is all that is bounded.
+  Answer followOne(const FSRef& ref, std::optional<LSItemInfoFlags>* targetFlags) const {
     auto job = std::make_shared<AliasFileJob>();
     job->ref = ref;
     job->mountFlags = mountFlags_;
-    // Asked for before the wait: afterwards the disk may be the one that does not answer.
-    const std::string urlText = urlTextForLog(ref);
     const bool usesBookmarks = SystemVersionBCD() >= kFirstVersionWithBookmarks;
     macos::DispatchGroup group;
-    group.async(macos::DispatchPriority::High, [job, usesBookmarks] {
-      usesBookmarks ? resolveThroughBookmark(*job) : resolveTheOldWay(*job);
-    });
+    group.async(macos::DispatchPriority::High,
+                [job, usesBookmarks] { resolveInWorker(*job, usesBookmarks); });
     if (!group.wait(kAliasFileTimeout)) {
-      macos::syslogMessage(macos::LOG_PRIORITY_ALERT, "Alias file resolution timed out for " + urlText);
+      macos::syslogMessage(macos::LOG_PRIORITY_ALERT,
+                           "Alias file resolution timed out for " + urlTextForLog(ref));
       return {kResolutionTimedOutErr, FSRef(), false, false};
     }
+    *targetFlags = job->targetFlags;
     return {job->code, job->code == macos::noErr ? job->ref : FSRef(), false, job->wasAliased};
   }
 
