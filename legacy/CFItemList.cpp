@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <utility>
 
 #include "macos/foundation/Log.h"
 #include "macos/foundation/Text.h"
@@ -78,7 +79,7 @@ void CFItemList::setArray(LegacyItemArray array) {
 }
 
 void CFItemList::repair() {
-  // Backwards, so that a removal leaves the indexes to come as they are.
+  std::vector<bool> isLost(static_cast<std::size_t>(count()));
   for (std::int64_t index = count(); index-- > 0;) {
     const std::string name = nameAt(index);
     if (name.empty()) {
@@ -89,8 +90,24 @@ void CFItemList::repair() {
       continue;
     }
     logAlert("** Deleting " + ofItem(index) + " **");
-    remove(index);
+    isLost[static_cast<std::size_t>(index)] = true;
   }
+  removeThose(isLost);
+}
+
+// At once: to take out one after the other would move all that are behind it each time.
+void CFItemList::removeThose(const std::vector<bool>& areLost) {
+  if (std::find(areLost.begin(), areLost.end(), true) == areLost.end()) {
+    return;
+  }
+  std::vector<LegacyEntry> kept;
+  for (std::size_t i = 0; i < areLost.size(); ++i) {
+    if (!areLost[i]) {
+      kept.push_back(std::move((*array_)[i]));
+    }
+  }
+  array_->swap(kept);
+  renewDate();
 }
 
 void CFItemList::clearLocations() {

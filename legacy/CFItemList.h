@@ -14,6 +14,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "legacy/CFItem.h"
 #include "legacy/ItemArray.h"
@@ -90,6 +91,7 @@ class CFItemList {
   CFItem viewOf(std::int64_t index) const { return CFItem(itemAt(index), resolveMode_); }
   bool changeItem(std::int64_t index, const std::function<void(CFItem&)>& change);
   void clearLocationOf(std::int64_t index);
+  void removeThose(const std::vector<bool>& areLost);
   bool moveDuplicate(CFItem& item, std::int64_t index);
   void renewDate();
 

@@ -8,6 +8,7 @@
 
 #include "tests/support/AliasFiles.h"
 #include "tests/support/HeapUse.h"
+#include "tests/support/ProcessorTime.h"
 #include "tests/support/Sanitizers.h"
 
 namespace vennick {
@@ -151,6 +152,21 @@ TEST_F(List, LosesSeveralFromTheLastToTheFirst) {
                    "CFItemList contains no dictionary at index 2", "** No name for item 2 **",
                    "** Deleting item 2 **", "** No alias data for item 0 (x) **", "** Deleting item 0 **"}));
   EXPECT_EQ(names(), Names{"a"});
+}
+
+// Each would take as long as there are items behind it.
+TEST_F(List, LosesManyInTimeInProportionToTheirNumber) {
+  constexpr std::size_t kCount = 100'000;
+  const auto good = std::get<LegacyItem>(arrayOf({"a"})->front());
+  auto array = std::make_shared<std::vector<LegacyEntry>>(kCount, std::make_shared<Dictionary>());
+  array->insert(array->end(), kCount, good);
+  list.setArray(array);
+  const auto start = tests::processorTime();
+  list.repair();
+  EXPECT_LT(tests::processorTime() - start, std::chrono::seconds(10));
+  EXPECT_EQ(list.count(), static_cast<std::int64_t>(kCount));
+  EXPECT_EQ(list.nameAt(0), "a");
+  EXPECT_EQ(log().size(), 2 * kCount);
 }
 
 TEST_F(List, KeepsAnItemWhoseWellFormedAliasLeadsNowhere) {
