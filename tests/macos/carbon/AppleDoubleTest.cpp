@@ -126,6 +126,20 @@ TEST(AppleDouble, RejectsAttributesThatLeadOutside) {
   EXPECT_FALSE(AppleDouble::decode(bytes).ok());
 }
 
+TEST(AppleDouble, TakesTheFirstOfTwoEntriesOfOneKind) {
+  std::string bytes = header(4);
+  constexpr std::uint32_t kContent = 26 + 4 * 12;
+  appendEntry(bytes, 9, kContent, 32);
+  appendEntry(bytes, 9, kContent + 32, 32);
+  appendEntry(bytes, 2, kContent + 64, 5);
+  appendEntry(bytes, 2, kContent + 69, 6);
+  bytes += std::string(32, 'a') + std::string(32, 'b') + "first" + "second";
+  const auto file = AppleDouble::decode(bytes);
+  ASSERT_TRUE(file.ok());
+  EXPECT_EQ(file->finderInfo.encode(), std::string(32, 'a'));
+  EXPECT_EQ(file->resourceFork, "first");
+}
+
 TEST(AppleDouble, ReadsTheOlderVersionAndNoOther) {
   std::string bytes = *AppleDouble{}.encode();
   bytes[5] = 1;
