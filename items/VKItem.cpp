@@ -1,12 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include "items/VKItem.h"
 
-#include <cmath>
 #include <cstdio>
-#include <limits>
 
 #include "items/ItemFacts.h"
 #include "items/LocationIndex.h"
+#include "items/StoredNumber.h"
 #include "macos/foundation/Bookmark.h"
 #include "macos/foundation/Log.h"
 #include "macos/foundation/ResourceKeys.h"
@@ -23,26 +22,6 @@ using macos::NSURL;
 using macos::Value;
 
 namespace {
-
-// A number of any kind, cut to 32 bits as the platform's unsignedIntValue cuts it.
-std::optional<std::uint32_t> number32(const Dictionary& dictionary, std::string_view key) {
-  const Value* value = dictionary.find(key);
-  if (value == nullptr) {
-    return std::nullopt;
-  }
-  if (auto integer = value->ifInteger()) {
-    return static_cast<std::uint32_t>(integer->bits());
-  }
-  if (auto boolean = value->ifBoolean()) {
-    return *boolean ? 1U : 0U;
-  }
-  if (auto real = value->ifReal()) {
-    // Outside the range of a 64-bit integer the cut has no meaning.
-    const bool convertible = std::isfinite(*real) && std::fabs(*real) < 9.2e18;
-    return convertible ? static_cast<std::uint32_t>(static_cast<std::int64_t>(*real)) : 0U;
-  }
-  return std::nullopt;
-}
 
 std::optional<NSURL> urlFromString(std::optional<std::string_view> text) {
   return text ? NSURL::URLWithString(*text) : std::nullopt;

@@ -3,6 +3,7 @@
 // The table of hotkeys.
 #include <algorithm>
 
+#include "items/StoredNumber.h"
 #include "macos/foundation/ObjectEquality.h"
 #include "macos/frameworks/ShortcutRecorder.h"
 #include "settings/SettingsKeys.h"
@@ -45,11 +46,8 @@ bool hasCompleteKey(const Dictionary& entry) {
   return key != nullptr && key->size() >= kEntriesOfCompleteKey;
 }
 
-// The stored number as a 32-bit mask; what is no number is 0.
-std::uint32_t contextOf(const Dictionary& entry) {
-  const auto context = entry.integer(HotkeyKeys::Context);
-  return context ? static_cast<std::uint32_t>(context->bits()) : 0;
-}
+// What is no number is 0.
+std::uint32_t contextOf(const Dictionary& entry) { return number32(entry, HotkeyKeys::Context).value_or(0); }
 
 // Inside the stored entry itself, which does not make the store dirty.
 const SharedDictionary& withKeyForCurrentKeyboard(const SharedDictionary& entry) {
@@ -77,7 +75,7 @@ bool VKSettings::addHotkey(const Dictionary& hotkey, std::uint32_t forContext,
   willChangeValuesAtIndexes(NSKeyValueChange::Insertion, indexes, SettingsProperties::Hotkeys);
   hotkeys_.push_back(std::move(entry));
   didChangeValuesAtIndexes(NSKeyValueChange::Insertion, indexes, SettingsProperties::Hotkeys);
-  dirty_ = true;
+  setDirty(true);
   return true;
 }
 
@@ -94,7 +92,7 @@ bool VKSettings::deleteHotkey(const std::optional<Dictionary>& hotkey,
   willChangeValuesAtIndexes(NSKeyValueChange::Removal, indexes, SettingsProperties::Hotkeys);
   hotkeys_.erase(found);
   didChangeValuesAtIndexes(NSKeyValueChange::Removal, indexes, SettingsProperties::Hotkeys);
-  dirty_ = true;
+  setDirty(true);
   return true;
 }
 

@@ -267,6 +267,10 @@ TEST_F(Records, AContextIsComparedAs32BitsAndAMistypedOneIsZero) {
   store->addHotkey(key(1, 1), 1, "a:", "A");
   store->hotkeys()[0]->set("context", Value(std::int64_t{0x1'0000'0002}));
   EXPECT_EQ(store->hotkeyEntriesForContext(2).size(), 1U);
+  store->hotkeys()[0]->set("context", Value(2.0));
+  EXPECT_EQ(store->hotkeyEntriesForContext(2).size(), 1U) << "a number of another kind";
+  store->hotkeys()[0]->set("context", Value(true));
+  EXPECT_EQ(store->hotkeyEntriesForContext(1).size(), 1U);
   store->hotkeys()[0]->set("context", Value("2"));
   EXPECT_TRUE(store->hotkeyEntriesForContext(0xFFFFFFFF).empty());
 }
