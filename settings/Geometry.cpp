@@ -2,6 +2,7 @@
 #include "settings/Geometry.h"
 
 #include <charconv>
+#include <cmath>
 
 namespace vennick {
 namespace {
@@ -14,15 +15,16 @@ std::string shortest(double number) {
 
 bool startsNumber(char c) { return (c >= '0' && c <= '9') || c == '-'; }
 
-// The next number of the text, which is cut behind it; 0 when there is none.
+// The next number of the text, which is cut behind it; 0 when there is none, and for one that is too large.
 double nextNumber(std::string_view& text) {
   while (!text.empty()) {
     if (startsNumber(text.front())) {
       double number = 0;
       const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-      if (error == std::errc()) {
+      // "-inf" and "-nan" are no numbers here.
+      if (error != std::errc::invalid_argument && std::isfinite(number)) {
         text.remove_prefix(static_cast<std::size_t>(end - text.data()));
-        return number;
+        return error == std::errc() ? number : 0;
       }
     }
     text.remove_prefix(1);

@@ -19,8 +19,8 @@ struct NSRect {
 
 // As many digits as a number needs to be read back, no more.
 std::string NSStringFromRect(const NSRect& rect);
-// Up to four numbers, whatever stands between them; missing ones are 0. The platform's scanner: a number
-// begins at a digit or '-'.
+// Up to four numbers, whatever stands between them; missing ones are 0, and those that are too large. The
+// platform's scanner: a number begins at a digit or '-'.
 NSRect NSRectFromString(std::string_view text);
 
 }  // namespace vennick

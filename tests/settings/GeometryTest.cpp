@@ -30,6 +30,14 @@ TEST(Rectangles, ReadMissingNumbersAsZero) {
   EXPECT_EQ(NSRectFromString("-"), NSRect());
 }
 
+// To begin anew at every digit of a number would take hours.
+TEST(Rectangles, PassOverANumberThatIsTooLargeAtOnce) {
+  const std::string digits(1'000'000, '7');
+  EXPECT_EQ(NSRectFromString("{{" + digits + ", 1}, {2, 3}}"), (NSRect{0, 1, 2, 3}));
+  EXPECT_EQ(NSRectFromString("{{1, 1e999}, {-1e999, 4}}"), (NSRect{1, 0, 0, 4}));
+  EXPECT_EQ(NSRectFromString("{{-inf, -nan}, {1, 2}}"), (NSRect{1, 2, 0, 0}));
+}
+
 TEST(Rectangles, BeginANumberAtADigitOrAMinusOnly) {
   EXPECT_EQ(NSRectFromString("{{.5, +3}, {1, 2}}"), (NSRect{5, 3, 1, 2}));
 }
