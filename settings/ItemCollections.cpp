@@ -45,7 +45,7 @@ std::int64_t VKSettings::limit(std::string_view defaultsKey, std::int64_t factor
 }
 
 bool VKSettings::addRecent(const NSURL& url, const std::optional<NSDate>& date) {
-  dirty_ = true;
+  setDirty(true);
   // Applications come first: their bundles are packages too, and must not land among the files.
   if (pathExistsAndIsApplication(url)) {
     return recentApplications()->addURL({.url = url,
@@ -73,12 +73,12 @@ std::optional<VKItem> VKSettings::recentForURL(const NSURL& url) {
 }
 
 bool VKSettings::deleteRecent(const NSURL& url) {
-  dirty_ = true;
+  setDirty(true);
   return recentFolders()->deleteItemForURL(url) || recentFiles()->deleteItemForURL(url);
 }
 
 bool VKSettings::addFinderRecent(const NSURL& url, const std::optional<NSDate>& date) {
-  dirty_ = true;
+  setDirty(true);
   return pathExistsAndIsFolder(url) &&
          recentFinderFolders()->addURL({.url = url,
                                         .date = date,
@@ -91,7 +91,7 @@ std::optional<VKItem> VKSettings::finderRecentForURL(const NSURL& url) {
 }
 
 bool VKSettings::deleteFinderRecent(const NSURL& url) {
-  dirty_ = true;
+  setDirty(true);
   return recentFinderFolders()->deleteItemForURL(url);
 }
 
@@ -107,19 +107,19 @@ bool VKSettings::addFavorite(const std::optional<NSURL>& url, const std::optiona
   if (defaults()->boolForKey(SettingsKeys::FavoritesStaySorted)) {
     favorites()->sort(compareNames);
   }
-  dirty_ = true;
+  setDirty(true);
   return added;
 }
 
 std::optional<VKItem> VKSettings::favoriteForURL(const NSURL& url) { return favorites()->itemForURL(url); }
 
 bool VKSettings::deleteFavorite(const NSURL& url) {
-  dirty_ = true;
+  setDirty(true);
   return favorites()->deleteItemForURL(url);
 }
 
 bool VKSettings::addDroppedItem(const NSURL& url) {
-  dirty_ = true;
+  setDirty(true);
   const bool isFile = isFileOrPackage(url);
   if (!isFile && !pathExistsAndIsFolder(url)) {
     return false;
@@ -135,13 +135,13 @@ std::optional<VKItem> VKSettings::droppedItemForURL(const NSURL& url) {
 }
 
 bool VKSettings::deleteDroppedItem(const NSURL& url) {
-  dirty_ = true;
+  setDirty(true);
   return droppedItems()->deleteItemForURL(url);
 }
 
 bool VKSettings::addDefaultFolder(const NSURL& url, const std::optional<std::string>& forApp,
                                   const std::optional<std::string>& fileType) {
-  dirty_ = true;
+  setDirty(true);
   return defaultFolders()->addURLForApp(url, forApp, fileType);
 }
 
@@ -169,7 +169,7 @@ std::optional<VKItem> VKSettings::defaultFolderForApp(const std::optional<std::s
 
 bool VKSettings::deleteDefaultFolderForApp(const std::optional<std::string>& application,
                                            const std::optional<std::string>& fileType) {
-  dirty_ = true;
+  setDirty(true);
   return defaultFolders()->deleteItemForApplication(application, fileType);
 }
 

@@ -78,7 +78,7 @@ bool VKSettings::addRebound(const std::optional<std::string>& name, const std::o
     trimRebound(entries);
     rebound_->set(*forApp, Value(std::move(entries)));
   });
-  dirty_ = true;
+  setDirty(true);
   return false;
 }
 
@@ -108,14 +108,15 @@ bool VKSettings::deleteRebound(const std::optional<std::string>& /*name*/, const
   if (entries == nullptr) {
     return false;
   }
-  dirty_ = true;
   const std::size_t index = indexOfLocation(*entries, locationText(forURL));
-  if (index == entries->size()) {
-    return false;
+  const bool isThere = index < entries->size();
+  if (isThere) {
+    announceChange(SettingsProperties::Rebound,
+                   [&] { rebound_->findMutable(*forApp)->ifArray()->removeAt(index); });
   }
-  announceChange(SettingsProperties::Rebound,
-                 [&] { rebound_->findMutable(*forApp)->ifArray()->removeAt(index); });
-  return true;
+  // As soon as the application has a list. Deliberate.
+  setDirty(true);
+  return isThere;
 }
 
 bool VKSettings::addLastFolder(const NSURL& url, std::string_view forApp, std::int64_t dialogType) {
@@ -123,7 +124,7 @@ bool VKSettings::addLastFolder(const NSURL& url, std::string_view forApp, std::i
     lastFolders_.emplace();
   }
   lastFolders_->set(dialogKey(forApp, dialogType), Value(url.absoluteString()));
-  dirty_ = true;
+  setDirty(true);
   return true;
 }
 
@@ -136,7 +137,7 @@ bool VKSettings::deleteLastFolderForApp(std::string_view application, std::int64
   if (lastFolders_) {
     lastFolders_->remove(dialogKey(application, dialogType));
   }
-  dirty_ = true;
+  setDirty(true);
   return true;
 }
 

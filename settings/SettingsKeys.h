@@ -36,6 +36,10 @@ inline constexpr std::string_view PreferencesToolbar = "NSToolbar Configuration 
 namespace SettingsProperties {
 
 inline constexpr std::string_view CurrentSet = "currentSet";
+inline constexpr std::string_view Dirty = "dirty";
+inline constexpr std::string_view LastPrefsSaveDate = "lastPrefsSaveDate";
+inline constexpr std::string_view CurrentRecentFolder = "currentRecentFolder";
+inline constexpr std::string_view CurrentFinderTab = "currentFinderTab";
 inline constexpr std::string_view FramesForApps = "framesForApps";
 inline constexpr std::string_view SidebarWidthsForApps = "sidebarWidthsForApps";
 inline constexpr std::string_view Hotkeys = "hotkeys";

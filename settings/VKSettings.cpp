@@ -107,7 +107,7 @@ void VKSettings::periodicSaveTick() {
   if (dirty_ && lastPrefsSaveDate_.timeIntervalSinceNow() > -kLateTickSeconds) {
     save();
   }
-  lastPrefsSaveDate_ = NSDate::date();
+  setLastPrefsSaveDate(NSDate::date());
 }
 
 // --- Properties
@@ -123,6 +123,22 @@ const SharedItemList& VKSettings::itemList(Collection collection) const {
 void VKSettings::setItemList(Collection collection, SharedItemList list) {
   announceChange(kCollections[indexOf(collection)].listKey,
                  [&] { collections_[indexOf(collection)].list = std::move(list); });
+}
+
+void VKSettings::setDirty(bool dirty) {
+  announceChange(SettingsProperties::Dirty, [&] { dirty_ = dirty; });
+}
+
+void VKSettings::setLastPrefsSaveDate(NSDate date) {
+  announceChange(SettingsProperties::LastPrefsSaveDate, [&] { lastPrefsSaveDate_ = date; });
+}
+
+void VKSettings::setCurrentRecentFolder(Value folder) {
+  announceChange(SettingsProperties::CurrentRecentFolder, [&] { currentRecentFolder_ = std::move(folder); });
+}
+
+void VKSettings::setCurrentFinderTab(Value tab) {
+  announceChange(SettingsProperties::CurrentFinderTab, [&] { currentFinderTab_ = std::move(tab); });
 }
 
 void VKSettings::setFramesForApps(Dictionary frames) {
@@ -202,8 +218,9 @@ bool VKSettings::save() {
   const bool applicationFlushed = macos::CFPreferencesAppSynchronize(macos::kCFPreferencesCurrentApplication);
   const bool defaultsFlushed = defaults()->synchronize();
   const bool setSaved = saveSet(currentSet_);
-  dirty_ = !(applicationFlushed && defaultsFlushed && setSaved);
-  return !dirty_;
+  const bool isSaved = applicationFlushed && defaultsFlushed && setSaved;
+  setDirty(!isSaved);
+  return isSaved;
 }
 
 bool VKSettings::loadSet(const std::optional<std::string>& name) {
@@ -275,6 +292,10 @@ Value VKSettings::valueForKey(std::string_view key) const {
     }
   }
   if (key == SettingsProperties::CurrentSet) return currentSet_ ? Value(*currentSet_) : Value();
+  if (key == SettingsProperties::Dirty) return Value(dirty_);
+  if (key == SettingsProperties::LastPrefsSaveDate) return Value(lastPrefsSaveDate_);
+  if (key == SettingsProperties::CurrentRecentFolder) return currentRecentFolder_;
+  if (key == SettingsProperties::CurrentFinderTab) return currentFinderTab_;
   if (key == SettingsProperties::Hotkeys) return Value(arrayFromEntries(hotkeys_));
   if (key == SettingsProperties::Rebound) return optionalDictionary(rebound_);
   if (key == SettingsProperties::LastFolders) return optionalDictionary(lastFolders_);

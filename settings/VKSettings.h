@@ -49,27 +49,27 @@ class VKSettings : public macos::NSObservable, public std::enable_shared_from_th
   static std::shared_ptr<VKSettings> initWithBundle(std::shared_ptr<macos::NSBundle> bundle);
   explicit VKSettings(Private);
 
-  // --- Properties
+  // --- Properties. Every setter announces a plain change of the property.
 
   const std::optional<std::string>& currentSet() const { return currentSet_; }
   // Saves the current set, then, when the name is listed, makes it current and loads it. The name that is
   // already current changes nothing.
   void setCurrentSet(const std::optional<std::string>& name);
   bool dirty() const { return dirty_; }
-  void setDirty(bool dirty) { dirty_ = dirty; }
+  void setDirty(bool dirty);
   const std::shared_ptr<macos::NSBundle>& bundle() const { return bundle_; }
   // When the periodic save last ticked; at first, when the store was created.
   macos::NSDate lastPrefsSaveDate() const { return lastPrefsSaveDate_; }
-  void setLastPrefsSaveDate(macos::NSDate date) { lastPrefsSaveDate_ = date; }
+  void setLastPrefsSaveDate(macos::NSDate date);
   const std::shared_ptr<macos::NSUserDefaultsController>& defaultsController() const {
     return defaultsController_;
   }
   const std::shared_ptr<macos::NSUserDefaults>& defaults() const { return defaultsController_->defaults(); }
   // Kept for the user interface; the store does not use these two.
   const macos::Value& currentRecentFolder() const { return currentRecentFolder_; }
-  void setCurrentRecentFolder(macos::Value folder) { currentRecentFolder_ = std::move(folder); }
+  void setCurrentRecentFolder(macos::Value folder);
   const macos::Value& currentFinderTab() const { return currentFinderTab_; }
-  void setCurrentFinderTab(macos::Value tab) { currentFinderTab_ = std::move(tab); }
+  void setCurrentFinderTab(macos::Value tab);
 
   const macos::Dictionary& framesForApps() const { return framesForApps_; }
   void setFramesForApps(macos::Dictionary frames);

@@ -287,6 +287,37 @@ TEST_F(Store, AnnouncesEachListTwiceWhenASetIsLoaded) {
   EXPECT_EQ(announced, expected);
 }
 
+TEST_F(Store, AnnouncesWhatItsSettersChange) {
+  const auto store = makeStore();
+  std::vector<std::pair<std::string, Value>> announced;
+  std::vector<macos::ObservationToken> tokens;
+  for (const char* key : {"dirty", "lastPrefsSaveDate", "currentRecentFolder", "currentFinderTab",
+                          "currentSet", "framesForApps", "sidebarWidthsForApps", "usageStatistics"}) {
+    tokens.push_back(store->addObserver(key, macos::NSKeyValueObservingOptionNew,
+                                        [&](std::string_view path, const auto& change) {
+                                          announced.emplace_back(path, change.newValue.value_or(Value()));
+                                        }));
+  }
+  store->setLastPrefsSaveDate(NSDate{5});
+  store->setCurrentRecentFolder(Value("folder"));
+  store->setCurrentFinderTab(Value(2));
+  store->setFramesForApps(frames(1));
+  store->setSidebarWidthsForApps({{"com.x+1", Value(2.5)}});
+  store->setUsageStatistics({{"a", Value(1)}});
+  store->addLastFolder(folder("/Users/anna"), "com.x", 1);
+  EXPECT_TRUE(store->save());
+  const std::vector<std::pair<std::string, Value>> expected{
+      {"lastPrefsSaveDate", Value(NSDate{5})},
+      {"currentRecentFolder", Value("folder")},
+      {"currentFinderTab", Value(2)},
+      {"framesForApps", Value(frames(1))},
+      {"sidebarWidthsForApps", Value(Dictionary{{"com.x+1", Value(2.5)}})},
+      {"usageStatistics", Value(Dictionary{{"a", Value(1)}})},
+      {"dirty", Value(true)},
+      {"dirty", Value(false)}};
+  EXPECT_EQ(announced, expected);
+}
+
 TEST_F(Store, LoadingOrSavingNoSetChangesNothing) {
   const auto store = makeStore();
   const auto before = store->itemList(Collection::Favorites);
