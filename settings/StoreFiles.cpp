@@ -3,6 +3,8 @@
 
 #include <algorithm>
 
+#include "macos/foundation/Bookmark.h"
+#include "macos/foundation/BookmarkData.h"
 #include "macos/foundation/DamagedFile.h"
 #include "macos/foundation/FileMetadata.h"
 #include "macos/foundation/Log.h"
@@ -46,12 +48,41 @@ struct ContentPlace {
   FileInfo info;
 };
 
-ContentPlace placeOf(const std::string& path) {
-  auto info = macos::itemInfo(path, FollowLinks::Yes);
-  return info.ok() ? ContentPlace{path, Status(), *info} : ContentPlace{path, info.status(), FileInfo()};
+// Why an alias file leads nowhere: mostly nothing is at the place that it records any more. What is there
+// and cannot be looked at is another matter.
+Status whyNowhere(const std::string& path, const NSURL& aliasFile) {
+  const auto bookmark = macos::bookmarkDataWithContentsOfURL(aliasFile);
+  const auto content = macos::BookmarkData::decode(bookmark ? bookmark->bytes : std::string());
+  if (const auto components = content.ok() ? content->pathComponents() : std::nullopt) {
+    std::string recorded = "/";
+    for (const std::string& component : *components) {
+      recorded = macos::pathByAppendingComponent(recorded, component);
+    }
+    const auto info = macos::itemInfo(recorded, FollowLinks::Yes);
+    if (!info.ok() && !info.status().isNotFound()) {
+      return info.status();
+    }
+  }
+  return {macos::ErrorCode::NotFound, path, "leads nowhere"};
 }
 
-// A link or an alias file whose target is gone is itself the place: it is what new content replaces.
+// An alias file whose target is gone is itself the place, or the link that leads to it: it is what new
+// content replaces.
+ContentPlace placeBehindAliasFile(const std::string& path, const std::string& aliasPath) {
+  const NSURL aliasFile = NSURL::fileURLWithPathIsDirectory(aliasPath, false);
+  const NSURL target = URLByResolvingAliasFile(aliasFile);
+  if (target == aliasFile) {
+    return {path, whyNowhere(path, aliasFile), FileInfo()};
+  }
+  std::string place = macos::pathAsOnDisk(target.path());
+  const auto info = files().info(place, FollowLinks::Yes);
+  if (info.ok()) {
+    return {std::move(place), Status(), *info};
+  }
+  return {info.status().isNotFound() ? path : place, info.status(), FileInfo()};
+}
+
+// A link whose target is gone is itself the place.
 ContentPlace placeOfContent(const NSURL& file) {
   std::string path = file.path();
   auto here = files().info(path, FollowLinks::No);
@@ -59,21 +90,22 @@ ContentPlace placeOfContent(const NSURL& file) {
     path = macos::pathAsOnDisk(path);
     here = files().info(path, FollowLinks::No);
   }
-  if (!here.ok()) {
-    return {path, here.status(), FileInfo()};
-  }
-  if (here->kind == FileKind::Link) {
+  std::string place = path;
+  if (here.ok() && here->kind == FileKind::Link) {
     const auto target = files().realPath(path);
-    return target.ok() ? placeOf(*target) : ContentPlace{path, target.status(), FileInfo()};
-  }
-  if (macos::isAliasFile(path, *here)) {
-    const NSURL target = URLByResolvingAliasFile(file);
-    if (target == file || !pathExists(target)) {
-      return {path, Status(macos::ErrorCode::NotFound, path, "leads nowhere"), FileInfo()};
+    if (!target.ok()) {
+      return {path, target.status(), FileInfo()};
     }
-    return placeOf(target.path());
+    place = *target;
+    here = files().info(place, FollowLinks::No);
   }
-  return {path, Status(), *here};
+  if (!here.ok()) {
+    return {place, here.status(), FileInfo()};
+  }
+  if (macos::isAliasFile(place, *here)) {
+    return placeBehindAliasFile(path, place);
+  }
+  return {place, Status(), *here};
 }
 
 bool isUnchanged(const FileInfo& before, const FileInfo& now) {

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include <gtest/gtest.h>
 
+#include <cerrno>
+
 #include "macos/host/StderrLogSink.h"
 #include "platform/FileQueries.h"
 #include "tests/settings/StoreTest.h"
@@ -415,6 +417,62 @@ TEST_F(Store, ReadsAndWritesThroughAnAliasFileInAFilesPlace) {
   EXPECT_TRUE(store->save());
   EXPECT_EQ(host.root().readFile(favorites), aliasBytes) << "not replaced by a plain file";
   EXPECT_EQ(entryCount("/Users/anna/Shared.plist"), 2U);
+}
+
+TEST_F(Store, ReadsAndWritesThroughALinkToAnAliasFile) {
+  writePropertyList("/Users/anna/Shared.plist", Value(Array{Value(Dictionary{{"name", Value("a")}})}));
+  ASSERT_FALSE(createAliasFileAtURL(file("/Users/anna/Shared.plist"), file("/Users/anna/alias")));
+  const std::string aliasBytes = host.root().readFile("/Users/anna/alias");
+  const std::string favorites = storePath("Default Set/Favorites.plist");
+  host.root().makeLink(favorites, "/Users/anna/alias");
+  const auto store = makeStore();
+  EXPECT_EQ(store->favorites()->count(), 1U);
+  store->favorites()->removeAllItems();
+  EXPECT_TRUE(store->save());
+  EXPECT_EQ(propertyList("/Users/anna/Shared.plist"), Value(Array{}));
+  EXPECT_EQ(host.root().readFile("/Users/anna/alias"), aliasBytes);
+  EXPECT_EQ(host.root().snapshot(favorites).at(""), "link /Users/anna/alias");
+}
+
+TEST_F(Store, FindsTheTargetOfAnAliasFileHoweverTheDiskSpellsIt) {
+  // Composed on the disk, decomposed in the URL.
+  const std::string target = "/Users/anna/R\u00E9glages.plist";
+  writePropertyList(target, Value(Array{Value(Dictionary{{"name", Value("a")}})}));
+  host.root().makeFolder(storePath("Default Set"));
+  ASSERT_FALSE(createAliasFileAtURL(file(target), file(storePath("Default Set/Favorites.plist"))));
+  const auto before = host.root().names("/Users/anna");
+  const auto store = makeStore();
+  EXPECT_EQ(store->favorites()->count(), 1U);
+  store->favorites()->removeAllItems();
+  EXPECT_TRUE(store->save());
+  EXPECT_EQ(propertyList(target), Value(Array{}));
+  EXPECT_EQ(host.root().names("/Users/anna"), before);
+}
+
+TEST_F(Store, LeavesAnAliasFileAloneWhoseTargetCannotBeLookedAt) {
+  class Closed : public tests::ForwardingFileSystem {
+   public:
+    using ForwardingFileSystem::ForwardingFileSystem;
+
+   protected:
+    macos::Status before(const tests::FileEvent& event) override {
+      const bool isInside = event.path.starts_with("/Users/berta/");
+      return isInside ? macos::Status::fromErrno(event.path, EACCES) : macos::Status();
+    }
+  };
+  const std::string favorites = storePath("Default Set/Favorites.plist");
+  writePropertyList("/Users/berta/Shared.plist", Value(Array{Value(Dictionary{{"name", Value("a")}})}));
+  host.root().makeFolder(storePath("Default Set"));
+  ASSERT_FALSE(createAliasFileAtURL(file("/Users/berta/Shared.plist"), file(favorites)));
+  const std::string aliasBytes = host.root().readFile(favorites);
+  host.interpose<Closed>();
+  const auto store = makeStore();
+  EXPECT_EQ(store->favorites()->count(), 0U);
+  EXPECT_FALSE(store->save());
+  EXPECT_EQ(host.root().readFile(favorites), aliasBytes);
+  EXPECT_TRUE(host.log().contains("/Users/berta/Shared.plist"));
+  host.removeInterposed();
+  EXPECT_EQ(entryCount("/Users/berta/Shared.plist"), 1U);
 }
 
 TEST_F(Store, ReadsAndWritesThroughALinkInAFilesPlace) {
