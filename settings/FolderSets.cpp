@@ -6,6 +6,7 @@
 #include "macos/foundation/FileManager.h"
 #include "macos/foundation/Log.h"
 #include "macos/foundation/Text.h"
+#include "macos/host/Host.h"
 #include "platform/FileQueries.h"
 #include "settings/SetNames.h"
 #include "settings/SettingsKeys.h"
@@ -50,10 +51,30 @@ void addSorted(std::vector<std::string>& names, std::string_view name) {
   }
 }
 
-// A name with "/" is a folder inside a folder, which may not be there yet.
-void makeParentFolder(const NSURL& folder) {
-  (void)NSFileManager::defaultManager().createDirectoryAtURL(folder.URLByDeletingLastPathComponent(), true);
-}
+// A name with "/" is a folder inside a folder, which may not be there yet. Those that are made for it go
+// again when nothing came into them.
+class ParentFolders {
+ public:
+  explicit ParentFolders(const NSURL& folder) {
+    const NSURL parent = folder.URLByDeletingLastPathComponent();
+    for (NSURL place = parent; place.path() != "/" && !pathExists(place);
+         place = place.URLByDeletingLastPathComponent()) {
+      made_.push_back(place);
+    }
+    if (!made_.empty()) {
+      (void)NSFileManager::defaultManager().createDirectoryAtURL(parent, true);
+    }
+  }
+
+  void takeBack() {
+    for (const NSURL& folder : made_) {
+      (void)macos::Host::current().files().removeFolder(folder.fileSystemRepresentation());
+    }
+  }
+
+ private:
+  std::vector<NSURL> made_;  // the innermost first
+};
 
 bool contains(const std::vector<std::string>& names, std::string_view name) {
   return std::find(names.begin(), names.end(), name) != names.end();
@@ -94,7 +115,7 @@ void VKSettings::setCurrentSet(const std::optional<std::string>& name) {
   defaults()->setObject(Value(*name), SettingsKeys::CurrentSet);
   announceChange(SettingsProperties::CurrentSet, [&] { currentSet_ = name; });
   loadSet(name);
-  dirty_ = true;
+  setDirty(true);
 }
 
 bool VKSettings::createSet(std::string_view name, const std::optional<std::string>& withSet) {
@@ -106,12 +127,12 @@ bool VKSettings::createSet(std::string_view name, const std::optional<std::strin
   if (withSet && !copyTemplate(*withSet, name)) {
     // A set can only be made after a template that has a folder on disk; the attempt alone makes the store
     // dirty. Deliberate.
-    dirty_ = true;
+    setDirty(true);
     return false;
   }
   addSorted(names, name);
   storeFolderSets(names);
-  dirty_ = true;
+  setDirty(true);
   return true;
 }
 
@@ -121,9 +142,10 @@ bool VKSettings::copyTemplate(const std::string& templateName, std::string_view 
   if (!pathExists(from)) {
     return false;
   }
-  makeParentFolder(to);
-  if (const auto error = NSFileManager::defaultManager().copyItemAtURL(from, to)) {
+  ParentFolders parents(to);
+  if (const auto error = NSFileManager::defaultManager().copyItemIntoPlace(from, to)) {
     logFailure("copy", from, to, *error);
+    parents.takeBack();
     return false;
   }
   return true;
@@ -141,9 +163,10 @@ bool VKSettings::renameSet(std::string_view name, std::string_view toName) {
     return false;
   }
   const NSURL to = urlForFolderSet(std::string(toName), false);
-  makeParentFolder(to);
+  ParentFolders parents(to);
   if (const auto error = NSFileManager::defaultManager().moveItemAtURL(from, to)) {
     logFailure("move", from, to, *error);
+    parents.takeBack();
     return false;
   }
   *old = toName;
@@ -154,7 +177,7 @@ bool VKSettings::renameSet(std::string_view name, std::string_view toName) {
     currentSet_ = std::nullopt;
     setCurrentSet(std::string(toName));
   }
-  dirty_ = true;
+  setDirty(true);
   return true;
 }
 

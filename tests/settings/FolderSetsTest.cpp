@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cerrno>
+
 #include "tests/settings/StoreTest.h"
 
 namespace vennick {
@@ -108,6 +111,66 @@ TEST_F(FolderSets, AFailedCloneIsLoggedAndLeavesNothing) {
   EXPECT_TRUE(host.log().messages()[0].starts_with("Unable to copy file://")) << host.log().messages()[0];
   EXPECT_TRUE(host.root().names(storePath("Home")).empty());
   EXPECT_EQ(host.root().names(kSettingsFolder), (Names{"Default Set", "Home", "Work"}));
+}
+
+TEST_F(FolderSets, ACloneThatFailsMidwayLeavesNothing) {
+  makeSet("Work");
+  ASSERT_TRUE(store->save());
+  for (const char* const name : {"Home", "Clients/North/Home"}) {
+    const auto before = host.root().snapshot(kSettingsFolder);
+    long nth = 1;
+    for (;; ++nth) {
+      ASSERT_LT(nth, 100);
+      const auto failing = host.interpose<tests::FailingFileSystem>(nth, ENOSPC, tests::Operations::Changes);
+      const bool isMade = store->createSet(name, "Work");
+      host.removeInterposed();
+      if (isMade) {
+        EXPECT_FALSE(failing->hasFailed()) << name << " at change " << nth;
+        break;
+      }
+      EXPECT_EQ(host.root().snapshot(kSettingsFolder), before) << name << " at change " << nth;
+      const Names listed = setNames(*store);
+      EXPECT_EQ(std::count(listed.begin(), listed.end(), name), 0);
+    }
+    EXPECT_GT(nth, 9) << "nine files are copied";
+    EXPECT_EQ(host.root().names(storePath(name)), host.root().names(storePath("Work")));
+  }
+}
+
+TEST_F(FolderSets, ARenameThatFailsLeavesNothing) {
+  makeSet("Work");
+  ASSERT_TRUE(store->save());
+  const auto before = host.root().snapshot(kSettingsFolder);
+  for (long nth = 1;; ++nth) {
+    ASSERT_LT(nth, 100);
+    const auto failing = host.interpose<tests::FailingFileSystem>(nth, EIO, tests::Operations::Changes);
+    const bool isRenamed = store->renameSet("Work", "Clients/North/Work");
+    host.removeInterposed();
+    if (isRenamed) {
+      EXPECT_GT(nth, 3) << "two folders are made and one is moved";
+      break;
+    }
+    EXPECT_EQ(host.root().snapshot(kSettingsFolder), before) << "at change " << nth;
+    EXPECT_EQ(setNames(*store), (Names{"Default Set", "Work"}));
+  }
+}
+
+TEST_F(FolderSets, AFolderThatWasThereStaysWhenACloneFails) {
+  makeSet("Work");
+  host.root().makeFolder(storePath("Clients"));
+  host.interpose<tests::FailingFileSystem>(3, ENOSPC, tests::Operations::Changes);
+  EXPECT_FALSE(store->createSet("Clients/North/Home", "Work"));
+  EXPECT_TRUE(host.root().exists(storePath("Clients")));
+  EXPECT_FALSE(host.root().exists(storePath("Clients/North")));
+}
+
+TEST_F(FolderSets, CannotBeClonedIntoTheirOwnFolder) {
+  makeSet("Work");
+  const auto before = host.root().snapshot(kSettingsFolder);
+  EXPECT_FALSE(store->createSet("Work/Copy", "Work"));
+  EXPECT_FALSE(store->createSet("Work/Deep/Copy", "Work"));
+  EXPECT_FALSE(store->renameSet("Work", "Work/Copy"));
+  EXPECT_EQ(host.root().snapshot(kSettingsFolder), before);
 }
 
 TEST_F(FolderSets, CopyLinksOfATemplateAsLinks) {
