@@ -39,18 +39,6 @@ bool isBefore(const std::string& a, const std::string& b) { return macos::compar
 
 void sortNames(std::vector<std::string>& names) { std::stable_sort(names.begin(), names.end(), isBefore); }
 
-// As if the name were added at the end and all were sorted. Mostly they are: a name is put where it belongs
-// with far fewer comparisons than sorting takes.
-void addSorted(std::vector<std::string>& names, std::string_view name) {
-  const bool wereSorted = std::is_sorted(names.begin(), names.end(), isBefore);
-  const auto place =
-      wereSorted ? std::upper_bound(names.begin(), names.end(), std::string(name), isBefore) : names.end();
-  names.emplace(place, name);
-  if (!wereSorted) {
-    sortNames(names);
-  }
-}
-
 // A name with "/" is a folder inside a folder, which may not be there yet. Those that are made for it go
 // again when nothing came into them.
 class ParentFolders {
@@ -130,10 +118,24 @@ bool VKSettings::createSet(std::string_view name, const std::optional<std::strin
     setDirty(true);
     return false;
   }
-  addSorted(names, name);
-  storeFolderSets(names);
+  storeFolderSetsWith(std::move(names), name);
   setDirty(true);
   return true;
+}
+
+// As if the name were added at the end and all were sorted. Mostly they are: a name is put where it belongs
+// with far fewer comparisons than sorting takes. That they are is known of the list that was last stored
+// here; to compare each name with the next takes long for thousands of sets, made one after the other.
+void VKSettings::storeFolderSetsWith(std::vector<std::string> names, std::string_view name) {
+  const bool wereSorted = names == sortedSets_ || std::is_sorted(names.begin(), names.end(), isBefore);
+  const auto place =
+      wereSorted ? std::upper_bound(names.begin(), names.end(), std::string(name), isBefore) : names.end();
+  names.emplace(place, name);
+  if (!wereSorted) {
+    sortNames(names);
+  }
+  storeFolderSets(names);
+  sortedSets_ = std::move(names);
 }
 
 bool VKSettings::copyTemplate(const std::string& templateName, std::string_view name) {

@@ -227,6 +227,8 @@ class VKSettings : public macos::NSObservable, public std::enable_shared_from_th
   // The names in "folderSets"; what is no string is left out, and so dropped at the next write.
   std::vector<std::string> folderSets() const;
   void storeFolderSets(const std::vector<std::string>& names);
+  // Adds the name to those of the list, and stores them sorted.
+  void storeFolderSetsWith(std::vector<std::string> names, std::string_view name);
   bool copyTemplate(const std::string& templateName, std::string_view name);
   bool removeSetFolder(std::string_view name);
 
@@ -252,6 +254,7 @@ class VKSettings : public macos::NSObservable, public std::enable_shared_from_th
   macos::Value currentFinderTab_;
 
   std::optional<std::string> currentSet_;
+  std::vector<std::string> sortedSets_;  // as they were last stored with a new one
   std::array<CollectionState, kCollectionCount> collections_;
   std::optional<macos::Dictionary> rebound_;
   std::optional<macos::Dictionary> lastFolders_;

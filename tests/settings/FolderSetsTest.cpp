@@ -60,6 +60,14 @@ TEST_F(FolderSets, OfAListInDisorderAreAllSortedWithTheNextOne) {
   EXPECT_EQ(setNames(*store), (Names{"Alpha", "Cafe\u0301", "Caf\u00E9", "beta", "gamma"}));
 }
 
+TEST_F(FolderSets, AreSortedAlsoAfterAListThatSomebodyElseStored) {
+  EXPECT_TRUE(store->createSet("beta", std::nullopt));
+  store->defaults()->setObject(Value(Array{Value("beta"), Value("alpha"), Value("Default Set")}),
+                               "folderSets");
+  EXPECT_TRUE(store->createSet("gamma", std::nullopt));
+  EXPECT_EQ(setNames(*store), (Names{"Default Set", "alpha", "beta", "gamma"}));
+}
+
 TEST_F(FolderSets, AreMadeWithoutAFolder) {
   store->setDirty(false);
   EXPECT_TRUE(store->createSet("Work", std::nullopt));
