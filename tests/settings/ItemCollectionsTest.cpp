@@ -217,6 +217,41 @@ TEST_F(Collections, DeleteDefaultFoldersWithoutThatCourtesy) {
   EXPECT_EQ(store->defaultFolders()->count(), 0U);
 }
 
+TEST_F(Collections, AreDirtyAfterEveryChange) {
+  const NSURL aFolder = makeFolder("/folders/a");
+  const NSURL aFile = makeFile("/files/a");
+  store->addRecent(makeApplication("/apps/Editor.app"), std::nullopt);
+  EXPECT_TRUE(takeDirty());
+  store->addRecent(aFile, std::nullopt);
+  EXPECT_TRUE(takeDirty());
+  store->addRecent(aFolder, std::nullopt);
+  EXPECT_TRUE(takeDirty());
+  store->addFinderRecent(aFolder, std::nullopt);
+  EXPECT_TRUE(takeDirty());
+  store->deleteFinderRecent(aFolder);
+  EXPECT_TRUE(takeDirty());
+  store->addDroppedItem(aFile);
+  EXPECT_TRUE(takeDirty());
+  store->deleteDroppedItem(aFile);
+  EXPECT_TRUE(takeDirty());
+  store->addDefaultFolder(aFolder, "com.x", "txt");
+  EXPECT_TRUE(takeDirty());
+  store->deleteDefaultFolderForApp("com.x", "txt");
+  EXPECT_TRUE(takeDirty());
+  store->addFavorite(std::nullopt, std::nullopt, std::nullopt);
+  EXPECT_TRUE(takeDirty());
+}
+
+TEST_F(Collections, AreNotDirtyAfterALookUp) {
+  const NSURL aFolder = makeFolder("/folders/a");
+  store->recentForURL(aFolder);
+  store->finderRecentForURL(aFolder);
+  store->favoriteForURL(aFolder);
+  store->droppedItemForURL(aFolder);
+  store->defaultFolderForApp("com.x", "txt");
+  EXPECT_FALSE(store->dirty());
+}
+
 TEST_F(Collections, AChangeMadeStraightOnAListDoesNotMakeTheStoreDirty) {
   store->favorites()->addURL({.url = makeFolder("/a"), .type = kItemTypeFolder});
   store->favorites()->lastItem()->setName("b");

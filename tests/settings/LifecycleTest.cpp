@@ -170,6 +170,17 @@ TEST_F(Store, OfTheSetappEditionUsesTheFolderAndSuiteWithoutTheSuffix) {
   EXPECT_TRUE(host.root().exists(storePath("Default Set")));
 }
 
+TEST_F(Store, OfTheSetappEditionLeavesOutTheSuffixWhereverItStands) {
+  makeBundle("/Applications/Edition.app", "com.quorvale-setapp.Vennick5-setapp");
+  EXPECT_TRUE(makeStore("/Applications/Edition.app")->save());
+  EXPECT_TRUE(host.root().exists(storePath("Default Set")));
+}
+
+TEST_F(Store, LeavesASuffixInTheMiddleOfAnotherIdentifierAlone) {
+  makeBundle("/Applications/Other.app", "com.quorvale-setapp.Vennick5");
+  EXPECT_EQ(makeStore("/Applications/Other.app")->defaults()->suiteName(), "com.quorvale-setapp.Vennick5");
+}
+
 TEST_F(Store, OfTheSetappEditionMirrorsKeysWithABuiltInDefaultBothWays) {
   makeBundle("/Applications/Edition.app", "com.quorvale.Vennick5-setapp");
   writeDomain({{"maxHistorySize", Value(77)}, {"other", Value(1)}});
@@ -255,6 +266,23 @@ TEST_F(Store, ASecondLoadRereadsTheGlobalFilesButNotTheCurrentSet) {
   EXPECT_TRUE(store->load());
   EXPECT_EQ(store->framesForApps(), frames(9));
   EXPECT_EQ(store->favorites()->count(), 1U);
+}
+
+TEST_F(Store, ASecondLoadRereadsTheHotkeys) {
+  const auto store = makeStore();
+  store->addHotkey({{"keyCode", Value(1)}}, 1, "unsaved:", "Unsaved");
+  store->defaults()->setObject(Value(Array{Value(Dictionary{{"action", Value("stored:")}})}), "keyBindings");
+  store->load();
+  ASSERT_EQ(store->hotkeys().size(), 1U);
+  EXPECT_EQ(store->hotkeys()[0]->string("action"), "stored:");
+}
+
+TEST_F(Store, UsesTheOldDialogFramesAlsoWhenTheFileHoldsNothing) {
+  writeDomain({{"dialogFrames", Value(frames(7))}});
+  writePropertyList(storePath("DialogSizes.plist"), Value(Dictionary{}));
+  const auto store = makeStore();
+  EXPECT_EQ(store->framesForApps(), frames(7));
+  EXPECT_TRUE(store->defaults()->persistentObjectForKey("dialogFrames"));
 }
 
 TEST_F(Store, AnnouncesEachListTwiceWhenASetIsLoaded) {
@@ -525,6 +553,30 @@ TEST_F(Store, SavesEverythingElseWhenOneFileCannotBeWritten) {
   EXPECT_FALSE(store->dirty());
 }
 
+TEST_F(Store, IsNotSavedWhenTheDefaultsCannotBeWritten) {
+  class NoDefaults : public tests::ForwardingFileSystem {
+   public:
+    using ForwardingFileSystem::ForwardingFileSystem;
+
+   protected:
+    macos::Status before(const tests::FileEvent& event) override {
+      const bool isDomain = tests::isChange(event.operation) &&
+                            event.path.find("/Library/Preferences/") != std::string_view::npos;
+      return isDomain ? macos::Status::fromErrno(event.path, EIO) : macos::Status();
+    }
+  };
+  host.root().makeFolder("/Users/anna/Projects");
+  const auto store = makeStore();
+  store->addFavorite(folder("/Users/anna/Projects"), std::nullopt, std::nullopt);
+  host.interpose<NoDefaults>();
+  EXPECT_FALSE(store->save());
+  EXPECT_TRUE(store->dirty());
+  EXPECT_EQ(entryCount(storePath("Default Set/Favorites.plist")), 1U) << "the files are written all the same";
+  host.removeInterposed();
+  EXPECT_TRUE(store->save());
+  EXPECT_FALSE(store->dirty());
+}
+
 TEST_F(Store, SavesWhateverBecomesOfAGlobalFile) {
   const auto store = makeStore();
   host.root().makeFolder(storePath("Statistics.plist"));
@@ -605,6 +657,29 @@ TEST_F(PeriodicSave, NotesTheTickAlsoWhenNothingChanged) {
   const NSDate before = store->lastPrefsSaveDate();
   turn(311);
   EXPECT_GT(store->lastPrefsSaveDate(), before);
+}
+
+TEST_F(PeriodicSave, SavesAtATickThatComesUpTo350SecondsAfterTheOneBefore) {
+  store->setDirty(true);
+  host.clock().advance(std::chrono::seconds(348));
+  turn(1);
+  EXPECT_FALSE(store->dirty());
+}
+
+TEST_F(PeriodicSave, SkipsATickThatComesOneSecondTooLate) {
+  store->setDirty(true);
+  host.clock().advance(std::chrono::seconds(351));
+  turn(1);
+  EXPECT_TRUE(store->dirty());
+}
+
+// Or a save shortly before a late tick would let that tick save.
+TEST_F(PeriodicSave, IsTheOnlySaveThatNotesItsTime) {
+  const NSDate before = store->lastPrefsSaveDate();
+  host.clock().advance(std::chrono::seconds(100));
+  store->setDirty(true);
+  EXPECT_TRUE(store->save());
+  EXPECT_EQ(store->lastPrefsSaveDate(), before);
 }
 
 TEST_F(PeriodicSave, SkipsATickThatComesMoreThan350SecondsAfterTheOneBefore) {

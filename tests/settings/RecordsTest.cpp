@@ -156,6 +156,17 @@ TEST_F(Records, DeletingTheLastFileActionKeepsTheApplicationsList) {
   EXPECT_EQ(store->saveActions().dictionary(), (Dictionary{{"com.x", Value(Array{})}}));
 }
 
+TEST_F(Records, FileActionsAnnounceTheirChanges) {
+  int changes = 0;
+  const auto token = store->addObserver("saveActions", 0, [&](std::string_view, const auto&) { ++changes; });
+  store->addFileAction("open", "a", true, "com.x");
+  store->addFileAction("open", "b", true, "com.x");
+  store->deleteFileAction("open", "com.x");
+  EXPECT_EQ(changes, 3);
+  store->deleteFileAction("open", "com.x");
+  EXPECT_EQ(changes, 3) << "nothing was removed";
+}
+
 TEST_F(Records, OfActionsFramesAndWidthsDoNotMakeTheStoreDirty) {
   store->addFileAction("open", "a", true, "com.x");
   store->deleteFileAction("open", "com.x");
