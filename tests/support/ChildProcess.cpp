@@ -73,6 +73,7 @@ std::optional<SystemCalls> follow(pid_t child) {
         } else if (isCounting && silentCalls().count(number) == 0) {
           ++calls.total;
           ++calls.byNumber[number];
+          calls.inOrder.push_back(number);
         }
       }
     } else if (WSTOPSIG(status) != SIGSTOP && WSTOPSIG(status) != SIGTRAP) {

@@ -11,6 +11,7 @@
 #include <functional>
 #include <map>
 #include <optional>
+#include <vector>
 
 namespace vennick::tests {
 
@@ -38,6 +39,7 @@ void expectAsOrdinaryUser(const std::function<void()>& function);
 struct SystemCalls {
   long total = 0;  // without those that only manage memory or time
   std::map<long, long> byNumber;
+  std::vector<long> inOrder;  // their numbers
 };
 // What the function calls, counted in a child process; threads that it starts are not counted. nullopt
 // where the machine does not let a process be traced. In a sanitized build the first run of code may count

@@ -181,6 +181,22 @@ TEST_P(PosixFileSystemChanges, EveryReplacedFileIsFlushedOnce) {
   EXPECT_EQ(one->byNumber.at(SYS_fsync), 1);
 }
 
+// Between the first write and the first flush the disk may put them in the order that it likes best, and no
+// file is replaced before all that can fail has been done for every one.
+TEST_P(PosixFileSystemChanges, ReplaceAllWritesAllThenFlushesAllThenRenamesAll) {
+  write("b", "old");
+  const std::vector<NewContent> contents = {{d("a"), "a"}, {d("b"), "b"}, {d("c"), "c"}};
+  const auto calls = countSystemCalls([&] { files.replaceAll(contents, 0644); });
+  if (!calls) GTEST_SKIP() << "no process may be traced here";
+  std::string order;
+  for (const long call : calls->inOrder) {
+    if (call == SYS_write) order += "write ";
+    if (call == SYS_fsync) order += "flush ";
+    if (call == SYS_renameat) order += "rename ";
+  }
+  EXPECT_EQ(order, "write write write flush flush flush rename rename rename ");
+}
+
 TEST_P(PosixFileSystemChanges, ReplaceWorksWhereTheOldFileMayNotBeWritten) {
   write("readonly", "before", 0400);
   root.giveTo(kOrdinaryUser);

@@ -3,6 +3,7 @@
 // What the other tests rely on: temporary roots, the test host, its clock, and the file systems that count,
 // fail, kill and do not answer.
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -311,6 +312,9 @@ TEST(ChildProcess, CountsSystemCalls) {
   });
   if (!calls) GTEST_SKIP() << "processes may not be traced here";
   EXPECT_EQ(calls->total, 6);
+  ASSERT_EQ(calls->inOrder.size(), 6U);
+  EXPECT_EQ(calls->inOrder[4], SYS_getppid);
+  EXPECT_NE(calls->inOrder[5], SYS_getppid);
 }
 
 }  // namespace
