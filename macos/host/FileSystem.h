@@ -93,7 +93,7 @@ class FileSystem {
   // that no other process uses, flushed to the disk, and renamed over it. A link at the path is replaced,
   // not followed. An existing file's permission bits are kept, a new one gets mode. On failure the old
   // file stands as it was and nothing is left beside it. A crash may leave the neighbour (".NAME.", cut
-  // when it is long, and 16 hexadecimal digits), never half a file.
+  // when long, and 16 hexadecimal digits) until the file is replaced a day later or more, never half a file.
   virtual Status replace(std::string_view path, std::string_view content, std::uint32_t mode) = 0;
   // The same for several files, which the disk takes much better at once: all are written before the first
   // is flushed, and all flushed before the first is renamed. Each is replaced or stands as it was by

@@ -9,11 +9,14 @@
 #include <sys/xattr.h>
 
 #include <algorithm>
-#include <cinttypes>
 #include <deque>
+#include <functional>
+#include <iterator>
 #include <optional>
+#include <set>
 #include <vector>
 
+#include "macos/host/HiddenNeighbours.h"
 #include "macos/host/PosixFileSystem.h"
 #include "macos/host/RenameWithoutReplacing.h"
 
@@ -29,33 +32,6 @@ struct PosixFileSystem::Place {
 };
 
 namespace {
-
-// Leaves room for what is put around it in a hidden name, on volumes with short names too.
-constexpr std::size_t kLongestNamePart = 100;
-
-std::string shortened(const std::string& name) {
-  if (name.size() <= kLongestNamePart) return name;
-  std::size_t length = kLongestNamePart;
-  while (length > 0 && (static_cast<unsigned char>(name[length]) & 0xC0) == 0x80) --length;
-  return name.substr(0, length);
-}
-
-std::string hexadecimal(std::uint64_t number) {
-  char text[17];
-  std::snprintf(text, sizeof text, "%016" PRIx64, number);
-  return text;
-}
-
-std::string lockName(const std::string& name) {
-  std::string part = shortened(name);
-  if (part.size() < name.size()) {
-    // FNV-1a, the same in every build: two long names must not share a lock.
-    std::uint64_t hash = 0xcbf29ce484222325;
-    for (const char c : name) hash = (hash ^ static_cast<unsigned char>(c)) * 0x100000001b3;
-    part.append(".").append(hexadecimal(hash));
-  }
-  return "." + part + ".lock";
-}
 
 int writeAll(int descriptor, std::string_view content) {
   while (!content.empty()) {
@@ -238,10 +214,6 @@ PosixFileSystem::Place PosixFileSystem::placeOfFile(std::string_view path) {
   return result;
 }
 
-std::string PosixFileSystem::neighbourName(const std::string& name) {
-  return "." + shortened(name) + "." + hexadecimal(nextNeighbour_.fetch_add(1));
-}
-
 // New content on its way into the place of a file: written beside it, flushed, renamed over it. What failed
 // is told by the last step, and nothing is left of it.
 class PosixFileSystem::Replacement {
@@ -284,13 +256,19 @@ class PosixFileSystem::Replacement {
     return error_ == 0 ? Status() : Status::fromErrno(path_, error_);
   }
 
+  // The rest is for after the renaming.
+  bool isDone() const { return error_ == 0; }
+  std::string_view folderPath() const { return path_.substr(0, path_.size() - there_.name.size()); }
+  int folder() const { return there_.folder.get(); }
+  const std::string& name() const { return there_.name; }
+
  private:
   void write(PosixFileSystem& files, std::string_view content, mode_t mode, const struct stat* old) {
     constexpr int kNeighbourNames = 8;
     const int folder = there_.folder.get();
     const mode_t permissions = (old != nullptr ? old->st_mode : mode) & 07777;
     for (int attempt = 0; attempt < kNeighbourNames; ++attempt) {
-      name_ = files.neighbourName(there_.name);
+      name_ = neighbourName(there_.name, files.nextNeighbour_.fetch_add(1));
       neighbour_.emplace(folder, name_, permissions);
       if (neighbour_->error() != EEXIST) break;
     }
@@ -312,6 +290,22 @@ class PosixFileSystem::Replacement {
 
 namespace {
 
+// What killed processes left beside the files that are replaced now. Mostly all are in one folder, which is
+// read once.
+template <typename Replacements>
+void removeAbandonedBeside(const Replacements& replacements) {
+  std::set<std::string, std::less<>> names;
+  for (auto each = replacements.begin(); each != replacements.end(); ++each) {
+    if (!each->isDone()) continue;
+    names.insert(each->name());
+    const auto next =
+        std::find_if(std::next(each), replacements.end(), [](const auto& r) { return r.isDone(); });
+    if (next != replacements.end() && next->folderPath() == each->folderPath()) continue;
+    removeAbandonedNeighbours(each->folder(), names, each->name());
+    names.clear();
+  }
+}
+
 // Whether it failed for what others had taken at the time.
 bool isShortage(int error) {
   return error == ENOSPC || error == EDQUOT || error == EMFILE || error == ENFILE;
@@ -322,7 +316,9 @@ bool isShortage(int error) {
 Status PosixFileSystem::replace(std::string_view path, std::string_view content, std::uint32_t mode) {
   Replacement replacement(*this, path, content, mode);
   replacement.flush();
-  return replacement.rename();
+  Status status = replacement.rename();
+  if (status.ok()) removeAbandonedNeighbours(replacement.folder(), {replacement.name()}, replacement.name());
+  return status;
 }
 
 std::vector<Status> PosixFileSystem::replaceAll(const std::vector<NewContent>& files, std::uint32_t mode) {
@@ -336,6 +332,7 @@ std::vector<Status> PosixFileSystem::replaceAll(const std::vector<NewContent>& f
   std::vector<Status> results;
   results.reserve(files.size());
   for (Replacement& replacement : replacements) results.push_back(replacement.rename());
+  removeAbandonedBeside(replacements);
   replacements.clear();
   // What found no room beside the others may find it now that they have given back what they replaced.
   for (std::size_t i = 0; i < files.size(); ++i) {

@@ -63,7 +63,6 @@ class PosixFileSystem : public FileSystem {
   Place place(std::string_view path) const;
   // The same for an operation that needs the name of a file.
   Place placeOfFile(std::string_view path);
-  std::string neighbourName(const std::string& name);
   OpenResult openToRead(std::string_view path, std::uint64_t& size) const;
   std::string realPathByDescriptor(int descriptor) const;
 

@@ -8,6 +8,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <chrono>
@@ -337,6 +338,59 @@ TEST_P(PosixFileSystemChanges, AKillAtAnyMomentOfAReplaceLeavesTheOldOrTheNewFil
       EXPECT_TRUE(name == "file" || name.rfind(".file.", 0) == 0) << name;
     }
   }
+}
+
+TEST_P(PosixFileSystemChanges, ReplaceRemovesWhatAKilledProcessLeftBesideTheFileADayAgo) {
+  constexpr UnixNanoseconds kHour = UnixNanoseconds{3'600'000'000'000};
+  ASSERT_TRUE(files.replace(d("file"), "before", 0644).ok());
+  const UnixNanoseconds now = files.info(d("file"), FollowLinks::No)->modified;
+  const auto leave = [&](const std::string& name, int hours) {
+    write(name, "half");
+    ASSERT_TRUE(files.setModified(d(name), now - hours * kHour).ok());
+  };
+  leave(".file.0123456789abcdef", 25);
+  leave(".file.fedcba9876543210", 24 * 365);
+  const std::string longName(120, 'n');
+  // What another process may be writing now, and what no replacement of this file can have left.
+  Names kept = {".file.0000000000000001"};
+  leave(kept[0], 23);
+  for (const std::string& name :
+       {std::string(".other.0123456789abcdef"), std::string(".file.0123456789ABCDEF"),
+        std::string(".file.0123456789abcde"), std::string(".file.0123456789abcdef0"),
+        std::string(".file.lock"), std::string(".file.damaged"), std::string("file.0123456789abcdef"),
+        std::string(".file-0123456789abcdef"), std::string("..0123456789abcdef"),
+        "." + longName.substr(0, 100) + ".0123456789abcdef"}) {
+    leave(name, 48);
+    kept.push_back(name);
+  }
+  root.makeFolder("/Users/anna/d/.file.00000000000000ff");
+  root.makeLink("/Users/anna/d/.file.00000000000000fe", "file");
+  kept.insert(kept.end(), {".file.00000000000000fe", ".file.00000000000000ff", "file", longName});
+  ASSERT_TRUE(files.setModified(d(".file.00000000000000ff"), now - 48 * kHour).ok());
+  ASSERT_TRUE(files.replace(d("file"), "after", 0644).ok());
+  ASSERT_TRUE(files.replace(d(longName), "after", 0644).ok());
+  std::sort(kept.begin(), kept.end());
+  EXPECT_EQ(names(), kept);
+  EXPECT_EQ(content("file"), "after");
+}
+
+TEST_P(PosixFileSystemChanges, ReplaceAllRemovesWhatAKilledProcessLeftBesideEachFile) {
+  constexpr UnixNanoseconds kTwoDays = UnixNanoseconds{2 * 24 * 3600} * 1'000'000'000;
+  root.makeFolder("/Users/anna/d/x");
+  root.makeFolder("/Users/anna/d/y");
+  root.makeFolder("/Users/anna/d/y/folder");
+  ASSERT_TRUE(files.replace(d("x/a"), "before", 0644).ok());
+  const UnixNanoseconds now = files.info(d("x/a"), FollowLinks::No)->modified;
+  for (const char* const name : {"x/.a.0123456789abcdef", "x/.b.0123456789abcdef", "x/.c.0123456789abcdef",
+                                 "y/.a.0123456789abcdef", "y/.folder.0123456789abcdef"}) {
+    write(name, "half");
+    ASSERT_TRUE(files.setModified(d(name), now - kTwoDays).ok());
+  }
+  const auto results = files.replaceAll(
+      {{d("x/a"), "a"}, {d("none/x"), "x"}, {d("x/b"), "b"}, {d("y/folder"), "x"}, {d("y/a"), "a"}}, 0644);
+  EXPECT_EQ(std::count_if(results.begin(), results.end(), [](const Status& each) { return each.ok(); }), 3);
+  EXPECT_EQ(root.names("/Users/anna/d/x"), (Names{".c.0123456789abcdef", "a", "b"}));
+  EXPECT_EQ(root.names("/Users/anna/d/y"), (Names{".folder.0123456789abcdef", "a", "folder"}));
 }
 
 TEST_P(PosixFileSystemChanges, WhatTheSuperuserMakesInAUsersFolderIsTheUsers) {
