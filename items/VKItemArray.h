@@ -5,7 +5,7 @@
 //
 // The list itself is shared: the store's property, the value that a content signal delivers and items()
 // are one list, never a copy, and its entries are shared dictionaries. Changes that add or remove entries
-// hold the list's recursive lock, announcements included; reads, sort() and replaceItemAtIndex() take none.
+// hold the list's recursive lock, announcements included; reads, sort() and setObject() take none.
 // Before a content signal has delivered its first value there is no list: count 0, look-ups find nothing,
 // adds announce and answer as usual and keep nothing.
 #ifndef ITEMS_VKITEMARRAY_H

@@ -334,6 +334,17 @@ TEST(ShippedDefaults, HoldEveryKeyOfTheStoreAndNothingThatMustNotBeThere) {
   EXPECT_FALSE(defaults.contains("NSToolbar Configuration CCNPreferencesMainToolbar"));
 }
 
+TEST(ShippedDefaults, TheMenuConfigurationIsAListOfEntries) {
+  tests::TestHost host;
+  host.root().copyIn(VENNICK_SOURCE "/resources", "/resources");
+  const auto read = macos::NSPropertyListSerialization::propertyListWithData(
+      host.root().readFile("/resources/DefaultMenuConfiguration.plist"));
+  ASSERT_TRUE(read);
+  const Array* entries = read->value.ifArray();
+  ASSERT_TRUE(entries);
+  EXPECT_FALSE(entries->empty());
+}
+
 TEST(ShippedDefaults, EveryKeyBindingHasAnActionAContextANameAndAWholeKey) {
   tests::TestHost host;
   host.root().copyIn(VENNICK_SOURCE "/resources", "/resources");

@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <cstdlib>
 
+#include "platform/FileQueries.h"
 #include "tests/settings/StoreTest.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/Python.h"
@@ -251,6 +252,58 @@ TEST_F(StoreFilesOfAUser, InAFoldersPlaceOrALinkLoopAreNeverReplaced) {
   EXPECT_EQ(host.root().snapshot(storePath("Default Set/Favorites.plist")).at(""), "folder");
   EXPECT_EQ(host.root().snapshot(storePath("Default Set/Rebound.plist")).at(""), "link Rebound.plist");
   EXPECT_EQ(propertyList(storePath("Default Set/RecentFiles.plist")), Value(Array{}));
+}
+
+// What stands in each file's place is there after a save as it was before.
+TEST_F(StoreFilesOfAUser, OfWhateverNameAreNeverReplacedWhenTheyCannotBeRead) {
+  writeAll(1);
+  class NothingToRead : public tests::ForwardingFileSystem {
+   public:
+    using ForwardingFileSystem::ForwardingFileSystem;
+
+   protected:
+    macos::Status before(const tests::FileEvent& event) override {
+      const bool reads =
+          event.operation == tests::FileOperation::Read && event.path.starts_with(kSettingsFolder);
+      return reads ? macos::Status::fromErrno(event.path, EIO) : macos::Status();
+    }
+  };
+  host.interpose<NothingToRead>();
+  const auto before = host.root().snapshot(kSettingsFolder);
+  EXPECT_FALSE(makeStore()->save());
+  EXPECT_EQ(host.root().snapshot(kSettingsFolder), before);
+}
+
+TEST_F(StoreFilesOfAUser, OfWhateverNameAreNeverReplacedWhenAFolderOrALinkLoopIsInTheirPlace) {
+  for (const bool isFolder : {true, false}) {
+    for (const StoreFile& file : kFiles) {
+      const std::string path = storePath(file.name);
+      if (isFolder) {
+        host.root().makeFolder(path);
+      } else {
+        host.root().remove(path);
+        host.root().makeLink(path, path.substr(path.rfind('/') + 1));
+      }
+    }
+    const auto before = host.root().snapshot(kSettingsFolder);
+    EXPECT_FALSE(makeStore()->save());
+    EXPECT_EQ(host.root().snapshot(kSettingsFolder), before) << isFolder;
+  }
+}
+
+TEST_F(StoreFilesOfAUser, OfWhateverNameReplaceAnAliasFileWhoseTargetIsMissing) {
+  host.root().makeFolder(storePath("Default Set"));
+  host.root().writeFile("/Users/anna/Gone.plist", "x");
+  for (const StoreFile& file : kFiles) {
+    ASSERT_FALSE(createAliasFileAtURL(StoreTest::file("/Users/anna/Gone.plist"),
+                                      StoreTest::file(storePath(file.name))));
+  }
+  host.root().remove("/Users/anna/Gone.plist");
+  EXPECT_TRUE(makeStore()->save());
+  for (const StoreFile& file : kFiles) {
+    EXPECT_EQ(propertyList(storePath(file.name)).kind(), file.kind) << file.name;
+    EXPECT_TRUE(damagedCopies(file).empty()) << file.name;
+  }
 }
 
 TEST_F(StoreFilesOfAUser, AreNotWrittenIntoASettingsFolderThatIsAFile) {
