@@ -101,9 +101,9 @@ T& hostLocal() {
 
 // The host of a real process: MACOS_ROOT (default "/"), HOME (default: the password database, else "/").
 // A HOME that is relative counts as unset; whether it exists is not asked. A root that is relative is taken
-// against the folder that the process works in, and stands whole in the environment. A root that cannot be
-// opened makes a host on which no file is found. Commands find the tools in the "Resources" beside the
-// executable's folder, and in that folder, before those of PATH.
+// against the folder that the process works in. The environment holds both as they are taken. A root that
+// cannot be opened makes a host on which no file is found. Commands find the tools in the "Resources" beside
+// the executable's folder, and in that folder, before those of PATH.
 Host::Parts posixHostParts();
 
 // Makes a host the process's current one until the end of the scope; scopes nest. For the main thread.

@@ -84,7 +84,12 @@ Host::Parts posixHostParts() {
   parts.executable = executablePath();
   const std::string root = valueOf(parts.environment, "MACOS_ROOT");
   const auto files = std::make_shared<PosixFileSystem>(root.empty() ? "/" : root);
-  // What we start works in another folder, from where a relative root would lead elsewhere.
+  // What we start is told where it stands as we understood it: a relative home counts as none, and from the
+  // folder that it works in a relative root would lead elsewhere.
+  if (const auto home = parts.environment.find("HOME");
+      home != parts.environment.end() && !isAbsolute(home->second)) {
+    home->second = parts.home;
+  }
   if (const auto whole = files->hostPath("/"); whole && !root.empty() && !isAbsolute(root)) {
     parts.environment["MACOS_ROOT"] = *whole;
   }

@@ -82,16 +82,6 @@ TEST(StagedBundle, TheBuiltInDefaultsAreTheMainApplications) {
   EXPECT_EQ(filesIn(kMigrator / "Resources", isBuiltInDefault), Files{});
 }
 
-// It is carried over only when it is on, and must not come out true for everybody.
-TEST(StagedBundle, TheBuiltInDefaultsSayNothingAboutAutomaticChecks) {
-  const auto defaults = macos::NSPropertyListSerialization::propertyListWithData(
-      textOf(kContents / "Resources/Defaults.plist"));
-  ASSERT_TRUE(defaults.ok());
-  const macos::Value& content = defaults->value;
-  ASSERT_TRUE(content.ifDictionary());
-  EXPECT_FALSE(content.ifDictionary()->contains("SUEnableAutomaticChecks"));
-}
-
 TEST(StagedBundle, TheMigratorCarriesTheKeyboardLayouts) {
   const auto isLayout = [](const std::string& path) { return path.starts_with("Keyboard Layouts/"); };
   const Files layouts = filesIn(kMigrator / "Resources", isLayout);

@@ -176,6 +176,20 @@ TEST(PosixHost, LooksFilesUpInTheRootOfTheEnvironment) {
   });
 }
 
+// So that what is started by this process, and with that environment, is known to be of the same home.
+TEST(PosixHost, PutsTheHomeThatStandsForARelativeOneIntoTheEnvironment) {
+  expectInChild([] {
+    for (const char* const home : {"", "Users/anna"}) {
+      ::setenv("HOME", home, 1);
+      EXPECT_EQ(posixHostParts().environment.at("HOME"), homeOfThisUser());
+    }
+    ::setenv("HOME", "/Users/anna/", 1);
+    EXPECT_EQ(posixHostParts().environment.at("HOME"), "/Users/anna/");
+    ::unsetenv("HOME");
+    EXPECT_FALSE(posixHostParts().environment.contains("HOME"));
+  });
+}
+
 // Whoever is started by this process works in another folder.
 TEST(PosixHost, PutsTheWholeOfARelativeRootIntoTheEnvironment) {
   const vennick::tests::TemporaryRoot root;
