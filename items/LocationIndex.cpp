@@ -29,8 +29,7 @@ std::uint64_t hashOf(std::string_view text) {
 
 void noteLocationChange() { macos::hostLocal<LocationChanges>().count.fetch_add(1); }
 
-std::size_t LocationIndex::mostEntriesFor(std::string_view text,
-                                          const std::vector<SharedDictionary>& entries) {
+std::size_t LocationIndex::mostEntriesFor(std::string_view text, const ItemEntries& entries) {
   const std::uint64_t changes = macos::hostLocal<LocationChanges>().count.load();
   if (!isKnown_ || changes_ != changes || size_ != entries.size()) {
     *this = LocationIndex();

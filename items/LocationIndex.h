@@ -9,14 +9,16 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <optional>
+#include <deque>
 #include <string_view>
 #include <unordered_map>
-#include <vector>
 
 #include "platform/DeepCopy.h"
 
 namespace vennick {
+
+// Taking the oldest away costs no more than adding the newest.
+using ItemEntries = std::deque<SharedDictionary>;
 
 // Says that the "url" inside an entry has changed. Any thread.
 void noteLocationChange();
@@ -25,7 +27,7 @@ class LocationIndex {
  public:
   // At most so many of the entries have a "url" that equals the text, exactly or without regard to letter
   // case.
-  std::size_t mostEntriesFor(std::string_view text, const std::vector<SharedDictionary>& entries);
+  std::size_t mostEntriesFor(std::string_view text, const ItemEntries& entries);
   void added(const macos::Dictionary& entry);
   // Before its "url" changes any more.
   void removed(const macos::Dictionary& entry);

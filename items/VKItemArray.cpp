@@ -53,8 +53,12 @@ class ListLock {
 };
 
 // REQUIRES: the indexes are not empty, ascending, and all in the list
-void removeIndexes(std::vector<SharedDictionary>& entries, const NSIndexSet& indexes) {
+void removeIndexes(ItemEntries& entries, const NSIndexSet& indexes) {
   const auto at = [&](std::size_t index) { return entries.begin() + static_cast<std::ptrdiff_t>(index); };
+  if (indexes.size() == 1) {
+    entries.erase(at(indexes.front()));
+    return;
+  }
   auto kept = at(indexes.front());
   for (std::size_t i = 0; i < indexes.size(); ++i) {
     const auto nextRemoved = i + 1 < indexes.size() ? at(indexes[i + 1]) : entries.end();

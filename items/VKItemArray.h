@@ -31,7 +31,7 @@
 namespace vennick {
 
 struct ItemList {
-  std::vector<SharedDictionary> entries;
+  ItemEntries entries;
   std::recursive_mutex mutex;
   LocationIndex locations;
 };

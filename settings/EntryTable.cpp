@@ -27,15 +27,6 @@ SharedEntries entriesFromArray(const Array& array, std::string_view source) {
   return entries;
 }
 
-Array arrayFromEntries(const SharedEntries& entries) {
-  Array array;
-  array.reserve(entries.size());
-  for (const SharedDictionary& entry : entries) {
-    array.append(Value(*entry));
-  }
-  return array;
-}
-
 EntryTable::EntryTable(const Dictionary& dictionary, std::string_view source) {
   for (const auto& entry : dictionary) {
     if (const Array* array = entry.value().ifArray()) {

@@ -21,7 +21,16 @@ using SharedEntries = std::vector<SharedDictionary>;
 // One dictionary of its own for each entry. What is no dictionary is dropped, with one line in the log that
 // names the source.
 SharedEntries entriesFromArray(const macos::Array& array, std::string_view source);
-macos::Array arrayFromEntries(const SharedEntries& entries);
+// Of any sequence of entries.
+template <typename Entries>
+macos::Array arrayFromEntries(const Entries& entries) {
+  macos::Array array;
+  array.reserve(entries.size());
+  for (const SharedDictionary& entry : entries) {
+    array.append(macos::Value(*entry));
+  }
+  return array;
+}
 
 // Entries by application key. A value that is no array is kept as it is until entries are added for its
 // key, so that saving loses nothing.

@@ -39,7 +39,8 @@ struct SharedSettings {
 
 SharedItemList itemListFromArray(const Array& array, std::string_view source) {
   auto list = std::make_shared<ItemList>();
-  list->entries = entriesFromArray(array, source);
+  const SharedEntries entries = entriesFromArray(array, source);
+  list->entries.assign(entries.begin(), entries.end());
   return list;
 }
 
@@ -307,16 +308,18 @@ Value VKSettings::valueForKey(std::string_view key) const {
 }
 
 Value VKSettings::valuesAtIndexes(const macos::NSIndexSet& indexes, std::string_view key) const {
-  const SharedEntries* entries = key == SettingsProperties::Hotkeys ? &hotkeys_ : nullptr;
+  Array values;
+  const auto appendFrom = [&](const auto& entries) {
+    for (const std::size_t index : indexes) {
+      if (index < entries.size()) {
+        values.append(Value(*entries[index]));
+      }
+    }
+  };
+  if (key == SettingsProperties::Hotkeys) appendFrom(hotkeys_);
   for (const CollectionNames& names : kCollections) {
     if (key == names.itemArrayKey && itemList(names.collection)) {
-      entries = &itemList(names.collection)->entries;
-    }
-  }
-  Array values;
-  for (const std::size_t index : indexes) {
-    if (entries != nullptr && index < entries->size()) {
-      values.append(Value(*(*entries)[index]));
+      appendFrom(itemList(names.collection)->entries);
     }
   }
   return Value(std::move(values));

@@ -460,6 +460,15 @@ TEST_F(ItemArray, TrimsOneAnnouncedEntryAtATime) {
   EXPECT_EQ(array.count(), 2U);
 }
 
+TEST_F(ItemArray, TrimsALongListInTimeByItsLength) {
+  array.items()->entries.assign(100'000, record({"a"}, {}));
+  array.setKvoOwner(nullptr);
+  const auto start = tests::processorTime();
+  array.removeItemsBeyondCapacity(20);
+  EXPECT_EQ(array.count(), 20U);
+  EXPECT_LT(tests::processorTime() - start, std::chrono::seconds(5));
+}
+
 TEST_F(ItemArray, ASeparatorCountsAgainstTheLimit) {
   add("/a");
   EXPECT_TRUE(array.addURL({.type = kItemTypeSeparator, .limit = 1}));

@@ -68,7 +68,8 @@ class StoreFilesOfAUser : public tests::StoreTest {
     store.setRebound(dictionary);
     for (const CollectionNames& names : kCollections) {
       auto list = std::make_shared<ItemList>();
-      list->entries = entriesFromArray(arrayContent(number), "test");
+      const SharedEntries entries = entriesFromArray(arrayContent(number), "test");
+      list->entries.assign(entries.begin(), entries.end());
       store.setItemList(names.collection, list);
     }
   }
@@ -121,8 +122,8 @@ TEST_F(StoreFilesOfAUser, AreWrittenWithoutWhatNoPropertyListCanHold) {
   setAll(*store, 1);
   store->setFramesForApps({{"gone", Value()}, {"kept", Value(1)}});
   auto list = std::make_shared<ItemList>();
-  list->entries = entriesFromArray(
-      Array{Value(Dictionary{{"name", Value("n")}, {"date", Value(macos::NSDate{1e300})}})}, "test");
+  list->entries.push_back(
+      std::make_shared<Dictionary>(Dictionary{{"name", Value("n")}, {"date", Value(macos::NSDate{1e300})}}));
   store->setItemList(Collection::Favorites, list);
   EXPECT_TRUE(store->save());
   EXPECT_EQ(propertyList(storePath("DialogSizes.plist")), Value(Dictionary{{"kept", Value(1)}}));
