@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "macos/foundation/BookmarkData.h"
 
+#include <algorithm>
 #include <bit>
+#include <compare>
+#include <utility>
 
 #include "macos/carbon/ByteOrder.h"
 #include "macos/foundation/Text.h"
@@ -71,6 +74,18 @@ Result<std::string_view> bodyOf(std::string_view bytes) {
   return bytes.substr(header, size - header);
 }
 
+using Entries = std::vector<std::pair<std::string, Value>>;
+
+// Of two entries with one key the later one stays. Keys set in any other order than a dictionary's own would
+// each move those that are there.
+Dictionary dictionaryOfEntries(Entries entries) {
+  std::stable_sort(entries.begin(), entries.end(),
+                   [](const auto& a, const auto& b) { return std::is_lt(compareLiteral(a.first, b.first)); });
+  Dictionary dictionary;
+  for (auto& [key, value] : entries) dictionary.set(key, std::move(value));
+  return dictionary;
+}
+
 class Reader {
  public:
   explicit Reader(std::string_view body) : body_(body), budget_(body.size() * 4) {}
@@ -120,6 +135,7 @@ Status Reader::read(BookmarkData& bookmark) {
     return corrupt("a table of contents ends outside");
   }
 
+  Entries named;
   for (std::size_t i = 0; i < count; ++i) {
     const std::size_t entry = *table + kTableHeaderSize + i * kTableEntrySize;
     const auto key = readLittleEndian<std::uint32_t>(body_, entry);
@@ -129,10 +145,11 @@ Status Reader::read(BookmarkData& bookmark) {
       bookmark.values.emplace(key, std::move(*value));
       continue;
     }
-    const auto text = textAt(key & ~kKeyIsText);
+    auto text = textAt(key & ~kKeyIsText);
     if (!text) return text.status();
-    bookmark.namedValues.set(*text, std::move(*value));
+    named.emplace_back(std::move(*text), std::move(*value));
   }
+  bookmark.namedValues = dictionaryOfEntries(std::move(named));
   return Status();
 }
 
@@ -221,15 +238,15 @@ Result<Value> Reader::arrayOf(std::string_view payload, int depth) {
 }
 
 Result<Value> Reader::dictionaryOf(std::string_view payload, int depth) {
-  Dictionary dictionary;
+  Entries entries;
   for (std::size_t i = 0; i + 8 <= payload.size(); i += 8) {
-    const auto key = textAt(readLittleEndian<std::uint32_t>(payload, i));
+    auto key = textAt(readLittleEndian<std::uint32_t>(payload, i));
     if (!key) return key.status();
     auto value = valueAt(readLittleEndian<std::uint32_t>(payload, i + 4), depth + 1);
     if (!value) return value;
-    dictionary.set(*key, std::move(*value));
+    entries.emplace_back(std::move(*key), std::move(*value));
   }
-  return Value(std::move(dictionary));
+  return Value(dictionaryOfEntries(std::move(entries)));
 }
 
 Result<Value> Reader::relativeURLOf(std::string_view payload, int depth) {

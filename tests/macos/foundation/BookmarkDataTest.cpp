@@ -6,6 +6,7 @@
 #include "macos/carbon/ByteOrder.h"
 #include "macos/foundation/URL.h"
 #include "tests/support/IndependentReader.h"
+#include "tests/support/ProcessorTime.h"
 
 namespace macos {
 namespace {
@@ -183,6 +184,43 @@ TEST(BookmarkData, HoldsNoMoreThanAFewTimesTheDataThroughSharedItems) {
   std::string elements;
   for (int i = 0; i < 1000; ++i) appendLittleEndian(elements, std::uint32_t{4 + 8 + 4000});
   EXPECT_FALSE(BookmarkData::decode(blobOf(bodyWithItem(1, item(0x0601, elements) + text))).ok());
+}
+
+// Keys from the last to the first: in a dictionary, and as those of the table of contents.
+TEST(BookmarkData, ReadsKeysInAnyOrderInTimeInProportionToTheirNumber) {
+  constexpr std::uint32_t kCount = 200'000;
+  std::string texts;
+  for (std::uint32_t i = 0; i < kCount; ++i) texts += item(0x0101, std::to_string(20'000'000 - i));
+  std::string pairs;
+  std::string entries;
+  for (std::uint32_t i = 0; i < kCount; ++i) {
+    const std::uint32_t inDictionary = 12 + 8 * kCount + 16 * i;
+    const std::uint32_t inTable = 4 + 16 * i;
+    for (const std::uint32_t number : {inDictionary, inDictionary}) appendLittleEndian(pairs, number);
+    for (const std::uint32_t number : {0x80000000 | inTable, inTable, 0U})
+      appendLittleEndian(entries, number);
+  }
+  std::string table = offsets({static_cast<std::uint32_t>(4 + texts.size())}) + texts;
+  for (const std::uint32_t number : {12 * kCount + 12, 0xFFFFFFFEU, 1U, 0U, kCount})
+    appendLittleEndian(table, number);
+  table += entries;
+
+  const auto start = vennick::tests::processorTime();
+  const Value value = decoded(blobOf(bodyWithItem(1, item(0x0701, pairs) + texts))).values.at(1);
+  const Dictionary named = decoded(blobOf(table)).namedValues;
+  EXPECT_LT(vennick::tests::processorTime() - start, std::chrono::seconds(10));
+  for (const Dictionary& each : {*value.ifDictionary(), named}) {
+    EXPECT_EQ(each.size(), kCount);
+    EXPECT_EQ(each.string("20000000"), "20000000");
+    EXPECT_EQ(each.string("19800001"), "19800001");
+  }
+}
+
+TEST(BookmarkData, TakesTheLaterOfTwoEntriesWithOneKey) {
+  const std::string items = item(0x0701, offsets({28, 40, 28, 52})) + item(0x0101, "key") +
+                            item(0x0101, "one") + item(0x0101, "two");
+  EXPECT_EQ(*decoded(blobOf(bodyWithItem(1, items))).values.at(1).ifDictionary(),
+            (Dictionary{{"key", Value("two")}}));
 }
 
 TEST(BookmarkData, RejectsTablesThatLeadInACircle) {
