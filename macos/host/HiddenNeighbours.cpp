@@ -21,7 +21,7 @@ constexpr std::size_t kLongestNamePart = 100;
 // A cut falls between two characters, of which the longest has four bytes.
 constexpr std::size_t kShortestCutName = kLongestNamePart - 3;
 constexpr std::size_t kDigitsOfNumber = 16;
-constexpr std::int64_t kSecondsPerDay = 24 * 60 * 60;
+constexpr std::int64_t kSecondsPerDay = std::int64_t{24} * 60 * 60;
 
 std::string shortened(const std::string& name) {
   if (name.size() <= kLongestNamePart) return name;

@@ -426,6 +426,36 @@ TEST_F(Store, ReadsAndWritesThroughALinkInTheSettingsFoldersPlace) {
   EXPECT_EQ(host.root().snapshot(kSettingsFolder).at(""), "link /Volumes/Other/Vennick");
 }
 
+TEST_F(Store, ReadsAndWritesThroughAnAliasFileInAFoldersPlace) {
+  // Composed on the disk, decomposed in the URL.
+  const std::string settings = "/Volumes/Other/R\u00E9glages";
+  host.root().makeFolder(settings);
+  host.root().makeFolder("/Volumes/Other/Work");
+  host.root().makeFolder("/Users/anna/Library/Application Support");
+  ASSERT_FALSE(createAliasFileAtURL(folder(settings), file(kSettingsFolder)));
+  ASSERT_FALSE(createAliasFileAtURL(folder("/Volumes/Other/Work"), file(settings + "/Work")));
+  writePropertyList("/Volumes/Other/Work/Favorites.plist",
+                    Value(Array{Value(Dictionary{{"name", Value("a")}})}));
+  writeDomain({{"folderSets", Value(Array{Value("Work")})}, {"currentSet", Value("Work")}});
+  const auto store = makeStore();
+  EXPECT_EQ(store->favorites()->count(), 1U);
+  store->favorites()->removeAllItems();
+  EXPECT_TRUE(store->save());
+  EXPECT_EQ(propertyList("/Volumes/Other/Work/Favorites.plist"), Value(Array{}));
+  EXPECT_TRUE(host.root().exists(settings + "/DialogSizes.plist"));
+  EXPECT_EQ(host.root().names("/Volumes/Other"), (Names{"R\u00E9glages", "Work"}));
+}
+
+TEST_F(Store, KeepsAnAliasFileInTheSettingsFoldersPlaceThatLeadsNowhere) {
+  host.root().makeFolder("/Volumes/Other/Settings");
+  host.root().makeFolder("/Users/anna/Library/Application Support");
+  ASSERT_FALSE(createAliasFileAtURL(folder("/Volumes/Other/Settings"), file(kSettingsFolder)));
+  const std::string bytes = host.root().readFile(kSettingsFolder);
+  host.root().remove("/Volumes/Other/Settings");
+  EXPECT_FALSE(makeStore()->save());
+  EXPECT_EQ(host.root().readFile(kSettingsFolder), bytes);
+}
+
 TEST_F(Store, ReadsAndWritesThroughAnAliasFileInAFilesPlace) {
   host.root().makeFolder("/Users/anna/Projects");
   {

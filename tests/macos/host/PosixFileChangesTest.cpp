@@ -375,7 +375,7 @@ TEST_P(PosixFileSystemChanges, ReplaceRemovesWhatAKilledProcessLeftBesideTheFile
 }
 
 TEST_P(PosixFileSystemChanges, ReplaceAllRemovesWhatAKilledProcessLeftBesideEachFile) {
-  constexpr UnixNanoseconds kTwoDays = UnixNanoseconds{2 * 24 * 3600} * 1'000'000'000;
+  constexpr UnixNanoseconds kTwoDays = UnixNanoseconds{2} * 24 * 3600 * 1'000'000'000;
   root.makeFolder("/Users/anna/d/x");
   root.makeFolder("/Users/anna/d/y");
   root.makeFolder("/Users/anna/d/y/folder");
