@@ -84,7 +84,6 @@ struct AliasFileJob {
   unsigned mountFlags = 0;
   OSErr code = macos::fnfErr;
   bool wasAliased = false;
-  std::optional<LSItemInfoFlags> targetFlags;  // nullopt when nothing can be told of the target
 };
 
 void resolveTheOldWay(AliasFileJob& job) {
@@ -102,14 +101,6 @@ void resolveThroughBookmark(AliasFileJob& job) {
                                : std::nullopt;
   job.wasAliased = target && macos::CFURLGetFSRef(*target, &job.ref);
   job.code = job.wasAliased ? macos::noErr : macos::fnfErr;
-}
-
-void resolveInWorker(AliasFileJob& job, bool usesBookmarks) {
-  usesBookmarks ? resolveThroughBookmark(job) : resolveTheOldWay(job);
-  LSItemInfoFlags flags = 0;
-  if (job.code == macos::noErr && basicFlags(job.ref, &flags) == macos::noErr) {
-    job.targetFlags = flags;
-  }
 }
 
 // Without a look at the disk, which may be the one that does not answer.
@@ -138,17 +129,18 @@ class AliasFileChain {
       return {kAliasLeadsToItselfErr, FSRef(), false, true};
     }
     met_.push_back(ref);
-    std::optional<LSItemInfoFlags> flags;
-    Answer answer = followOne(ref, &flags);
-    if (!flags) {
+    Answer answer = followOne(ref);
+    // Not the worker's: the first answer about a package may take the reading of all installed applications.
+    LSItemInfoFlags flags = 0;
+    if (answer.code != macos::noErr || basicFlags(answer.target, &flags) != macos::noErr) {
       return answer;
     }
     if (isSameItem(answer.target, ref)) {
       answer.code = kAliasLeadsToItselfErr;
-    } else if ((*flags & kLeadsElsewhere) != 0) {
+    } else if ((flags & kLeadsElsewhere) != 0) {
       return follow(answer.target);
     } else {
-      answer.isFolder = (*flags & kIsNoFolder) == 0;
+      answer.isFolder = (flags & kIsNoFolder) == 0;
     }
     return answer;
   }
@@ -158,21 +150,20 @@ class AliasFileChain {
     return std::any_of(met_.begin(), met_.end(), [&](const FSRef& each) { return isSameItem(each, ref); });
   }
 
-  // Whatever has to do with the disks is the worker's: to wait for it is all that is bounded.
-  Answer followOne(const FSRef& ref, std::optional<LSItemInfoFlags>* targetFlags) const {
+  Answer followOne(const FSRef& ref) const {
     auto job = std::make_shared<AliasFileJob>();
     job->ref = ref;
     job->mountFlags = mountFlags_;
     const bool usesBookmarks = SystemVersionBCD() >= kFirstVersionWithBookmarks;
     macos::DispatchGroup group;
-    group.async(macos::DispatchPriority::High,
-                [job, usesBookmarks] { resolveInWorker(*job, usesBookmarks); });
+    group.async(macos::DispatchPriority::High, [job, usesBookmarks] {
+      usesBookmarks ? resolveThroughBookmark(*job) : resolveTheOldWay(*job);
+    });
     if (!group.wait(kAliasFileTimeout)) {
       macos::syslogMessage(macos::LOG_PRIORITY_ALERT,
                            "Alias file resolution timed out for " + urlTextForLog(ref));
       return {kResolutionTimedOutErr, FSRef(), false, false};
     }
-    *targetFlags = job->targetFlags;
     return {job->code, job->code == macos::noErr ? job->ref : FSRef(), false, job->wasAliased};
   }
 

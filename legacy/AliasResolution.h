@@ -50,10 +50,10 @@ macos::OSErr ResolveItemAlias(macos::AliasHandle& alias, ItemAliasTarget* target
 macos::OSErr ResolveAliasChecked(macos::AliasHandle& alias, macos::FSRef* ref, unsigned mountFlags,
                                  bool* aliasChanged);
 
-// The final target of an alias file. Each alias file on the way has two seconds, on whichever disk it or its
-// target is: -1401 when one takes longer, whose late answer is thrown away. -1306 for one that leads to
-// itself, into a ring, or through more than 32 alias files, itself among them; -43 for what is no alias file
-// or leads nowhere.
+// The final target of an alias file. To read each alias file on the way and to find what it leads to has two
+// seconds: -1401 when it takes longer, whose late answer is thrown away. -1306 for one that leads to itself,
+// into a ring, or through more than 32 alias files, itself among them; -43 for what is no alias file or leads
+// nowhere.
 macos::OSErr ResolveAliasFileWithTimeout(const macos::FSRef& ref, macos::FSRef* target, bool* isFolder,
                                          bool* wasAliased, unsigned mountFlags);
 
