@@ -14,6 +14,7 @@
 #include <stdlib.h>
 
 #include <filesystem>
+#include <fstream>
 #include <memory>
 #include <string>
 #include <utility>
@@ -61,8 +62,11 @@ class Home {
     std::string pattern = (fs::temp_directory_path() / "item-array-bench-XXXXXX").string();
     root_ = mkdtemp(pattern.data());
     for (int i = 0; i < kFolders; ++i) fs::create_directories(root_ / folder(i).substr(1));
+    writeLanguages();
     setenv("MACOS_ROOT", root_.c_str(), 1);
     setenv("HOME", "/Users/anna", 1);
+    // The tools that are asked for the languages.
+    setenv("PATH", VENNICK_TOOLS ":/usr/bin:/bin", 1);
     macos::Host::Parts parts = macos::posixHostParts();
     parts.volumes = std::make_shared<Volumes>(parts.volumes, isCaseSensitive);
     host_ = std::make_unique<macos::ScopedHost>(macos::Host::make(std::move(parts)));
@@ -85,6 +89,13 @@ class Home {
   vennick::VKItemArray list;
 
  private:
+  void writeLanguages() const {
+    const fs::path preferences = root_ / "Users/anna/Library/Preferences";
+    fs::create_directories(preferences);
+    std::ofstream(preferences / ".GlobalPreferences.plist")
+        << "<plist version=\"1.0\"><dict><key>AppleLanguages</key><array><string>en</string></array>"
+           "<key>AppleLocale</key><string>en_US</string></dict></plist>";
+  }
   static std::string folder(int number) { return "/Users/anna/Documents/Folder " + std::to_string(number); }
 
   fs::path root_;
