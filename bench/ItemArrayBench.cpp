@@ -5,9 +5,10 @@
 // microseconds at 10,000.
 //
 //   AddNew         a folder on disk that is not in the list
-//   AddAgain       one that is, anywhere but at the end: it moves there
+//   AddAgain       the one before the newest: it moves to the end. Older ones cost more, as the look for them
+//                  goes from the newest back
 //   RefreshNewest  the one at the end, in place
-//   AddUnseen      a relative location, for which the disk is not asked: the list's own part of the cost
+//   AddUnseen      the same with a relative location, for which the disk is not asked: the list's own part
 //
 // The argument behind the count is 1 where the volume tells letter case apart and 0 where it does not.
 #include <benchmark/benchmark.h>

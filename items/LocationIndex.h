@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
 // How many entries of a list are for a location, so that the look for duplicates walks over the list only
-// when there are some, and no further than the last of them. The list says what it adds and removes; a
+// when there are some, and no further than all of them. The list says what it adds and removes; a
 // location that VKItem changes inside an entry makes the index anew. Whoever writes "url" into the
 // dictionary of an entry by other means calls noteLocationChange(). Used under the list's lock.
 #ifndef ITEMS_LOCATIONINDEX_H

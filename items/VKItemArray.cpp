@@ -362,11 +362,13 @@ bool VKItemArray::deleteMatching(const SoughtLocation& location) {
   NSIndexSet indexes;
   const auto& entries = items_->entries;
   const std::size_t most = items_->locations.mostEntriesFor(location.text, entries);
-  for (std::size_t index = 0; index < entries.size() && indexes.size() < most; ++index) {
+  // What is added again was mostly added not long ago.
+  for (std::size_t index = entries.size(); index-- > 0 && indexes.size() < most;) {
     if (location.matches(*entries[index])) {
       indexes.push_back(index);
     }
   }
+  std::reverse(indexes.begin(), indexes.end());
   return removeAnnounced(indexes);
 }
 
