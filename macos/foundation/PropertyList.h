@@ -25,7 +25,8 @@ class NSPropertyListSerialization {
  public:
   // Tries binary, XML and ASCII in that order. Bytes that are none of them are Corrupt, with the offset
   // in the message. Depth is limited to 512; shared references are charged to a budget of the input's
-  // size, so that memory stays within a small multiple of it.
+  // size, so that memory stays within a small multiple of it. A date of a binary list that no calendar holds
+  // (infinite, no number, beyond the years of four digits) reads as null, unless it is all there is.
   static Result<PropertyListReading> propertyListWithData(std::string_view bytes);
 
   // InvalidArgument for a value that the format cannot hold (null, a URL, a date beyond the years of four

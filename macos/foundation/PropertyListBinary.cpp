@@ -21,6 +21,7 @@ namespace {
 constexpr std::string_view kMagic = "bplist0";
 constexpr std::size_t kHeaderSize = 8;
 constexpr std::size_t kBinaryTrailerSize = 32;
+constexpr unsigned char kDateMarker = 0x33;
 
 // What an object stands for when every shared reference in it is written out.
 struct Expansion {
@@ -91,6 +92,7 @@ class BinaryReader {
 
   bool readTrailer(std::uint64_t& topObject);
   bool checkOffsets();
+  bool readTopObject(std::uint64_t reference, Value& value);
   bool readObject(std::uint64_t reference, Value& value, Expansion& expansion);
   bool readTracked(std::uint64_t reference, std::size_t offset, Value& value, Expansion& expansion);
   bool readShared(std::size_t offset, Value& value, Expansion& expansion);
@@ -140,12 +142,22 @@ class BinaryReader {
 
 bool isContainer(unsigned char marker) { return marker >= 0xA0; }
 
+// In bytes: of UTF-16 text, or of ASCII text or data.
+std::size_t textUnitSize(unsigned char marker) { return marker >> 4 == 0x6 ? 2 : 1; }
+
 Result<Value> BinaryReader::read() {
   Value value;
-  Expansion expansion;
   std::uint64_t topObject = 0;
-  if (readTrailer(topObject) && checkOffsets() && readObject(topObject, value, expansion)) return value;
+  if (readTrailer(topObject) && checkOffsets() && readTopObject(topObject, value)) return value;
   return corruptPropertyList("binary property list", failureOffset_, failureCause_);
+}
+
+bool BinaryReader::readTopObject(std::uint64_t reference, Value& value) {
+  Expansion expansion;
+  if (!readObject(reference, value, expansion)) return false;
+  const auto offset = static_cast<std::size_t>(offsets_[static_cast<std::size_t>(reference)]);
+  const bool isBrokenDate = bytes_[offset] == kDateMarker && value.isNull();
+  return !isBrokenDate || fail(offset, "a date out of range");
 }
 
 bool BinaryReader::readTrailer(std::uint64_t& topObject) {
@@ -240,10 +252,14 @@ bool BinaryReader::readTracked(std::uint64_t reference, std::size_t offset, Valu
 bool BinaryReader::readShared(std::size_t offset, Value& value, Expansion& expansion) {
   const unsigned char marker = bytes_[offset];
   if (!isContainer(marker)) {
+    // What it takes in the file, which in UTF-8 may be half as much again.
+    const std::size_t unitSize = textUnitSize(marker);
+    Payload payload;
+    if (!locatePayload(offset, unitSize, payload) || !charge(offset, payload.count * unitSize)) return false;
     if (!readText(offset, value)) return false;
     const auto text = value.kind() == Value::Kind::Data ? value.ifData() : value.ifString();
     expansion.bytes += text->size();
-    return charge(offset, text->size());
+    return true;
   }
   if (!enter()) return fail(offset, "containers nested too deep");
   const bool isRead =
@@ -298,11 +314,10 @@ bool BinaryReader::readReal(std::size_t offset, Value& value) {
 }
 
 bool BinaryReader::readDate(std::size_t offset, Value& value) {
-  if (bytes_[offset] != 0x33 || !holds(offset + 1, 8)) return fail(offset, "a date cut short");
+  if (bytes_[offset] != kDateMarker || !holds(offset + 1, 8)) return fail(offset, "a date cut short");
   const double seconds = std::bit_cast<double>(loadBigEndian64(bytes_ + offset + 1));
-  // Written so that a number that is none fails too.
-  if (!(seconds >= kEarliestDate && seconds < kLatestDate)) return fail(offset, "a date out of range");
-  value = Value(NSDate{seconds});
+  // One that no calendar holds, or that is no number, reads as null: what stands beside it is not broken.
+  value = seconds >= kEarliestDate && seconds < kLatestDate ? Value(NSDate{seconds}) : Value();
   return true;
 }
 
@@ -347,7 +362,7 @@ bool BinaryReader::charge(std::size_t offset, std::size_t size) {
 bool BinaryReader::readText(std::size_t offset, Value& value) {
   const unsigned kind = bytes_[offset] >> 4U;
   Payload payload;
-  if (!locatePayload(offset, kind == 0x6 ? 2 : 1, payload)) return false;
+  if (!locatePayload(offset, textUnitSize(bytes_[offset]), payload)) return false;
   const unsigned char* start = bytes_ + payload.start;
   const std::string_view content(static_cast<const char*>(static_cast<const void*>(start)), payload.count);
   if (kind == 0x4) {

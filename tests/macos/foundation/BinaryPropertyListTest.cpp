@@ -317,6 +317,13 @@ TEST(BinaryPropertyList, RejectsDatesThatNoCalendarHolds) {
   EXPECT_EQ(read(fileOf({date(-378683424000.0)})), dump(Value(NSDate{-378683424000.0})));
 }
 
+TEST(BinaryPropertyList, ReadsADateThatNoCalendarHoldsAsNullBesideOthers) {
+  for (const double seconds : {std::nan(""), double{INFINITY}, 1e300, 252423993600.0, -378683424001.0}) {
+    EXPECT_EQ(read(fileOf({"\xA3\x01\x02\x03", date(seconds), date(1), "\x09"})),
+              "[n," + dump(Value(NSDate{1})) + ",T]");
+  }
+}
+
 TEST(BinaryPropertyList, RejectsIdentifiersOfMoreThan32Bits) {
   expectRefused(fileOf({"\x84" + bigEndian(0x100000000, 5)}), "more than 32 bits");
 }
@@ -404,6 +411,19 @@ TEST(BinaryPropertyList, RefusesObjectsThatOverlap) {
   file.offsets = {8, 8 + top.size() + body.size()};
   for (std::size_t i = 0; i < kArrays; ++i) file.offsets.push_back(8 + top.size());
   expectRefused(file, "objects that overlap");
+}
+
+// In UTF-8 it is half as long again as in the file: read twice it comes to more than twice the file, and
+// still nothing overlaps.
+TEST(BinaryPropertyList, ReadsALongTextThatIsUsedTwice) {
+  std::string object = "\x6F\x10\x64";
+  std::string text;
+  for (int i = 0; i < 100; ++i) {
+    object += "\x65\xE5";
+    text += "日";
+  }
+  EXPECT_EQ(read(fileOf({"\xA2\x01\x01", object})), dump(Value(Array{Value(text), Value(text)})));
+  EXPECT_EQ(read(fileOf({"\xD1\x01\x01", object})), dump(Value(Dictionary{{text, Value(text)}})));
 }
 
 TEST(BinaryPropertyList, IsNoStringWhenItIsCutShortInItsHeader) {

@@ -6,9 +6,12 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <bit>
 #include <cerrno>
 #include <chrono>
+#include <cmath>
 #include <csignal>
+#include <cstdint>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
@@ -245,6 +248,31 @@ TEST_F(DamagedPreferences, ANullInTheFileStaysWhileNothingIsChanged) {
   EXPECT_TRUE(synchronize());
   EXPECT_EQ(bytes(), domainWithNulls());
   EXPECT_TRUE(host_.log().lines().empty());
+}
+
+// {date: that many seconds, kept: true} as a binary list.
+std::string domainWithDate(double seconds) {
+  using namespace std::string_literals;
+  const auto bits = std::bit_cast<std::uint64_t>(seconds);
+  std::string date = "\x33";
+  for (int shift = 56; shift >= 0; shift -= 8) date += static_cast<char>(bits >> shift);
+  return "bplist00\xD2\x01\x02\x03\x04\x54" + "date\x54kept"s + date +
+         "\x09"
+         "\x08\x0D\x12\x17\x20"
+         "\0\0\0\0\0\0\x01\x01"
+         "\0\0\0\0\0\0\0\x05\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\x21"s;
+}
+
+TEST_F(DamagedPreferences, ADateThatNoCalendarHoldsKeepsNothingElseFromBeingReadAndWritten) {
+  for (const double seconds : {std::nan(""), -1e300}) {
+    writeBytes(domainWithDate(seconds));
+    EXPECT_EQ(get("kept"), Value(true)) << seconds;
+    set("a", Value(seconds < 0));
+    EXPECT_TRUE(synchronize());
+    EXPECT_EQ(domainContent(kDomain),
+              seconds < 0 ? "{'a': True, 'kept': True}" : "{'a': False, 'kept': True}");
+    EXPECT_TRUE(host_.log().contains(path_ + ": what no property list can hold is left out"));
+  }
 }
 
 class UnreadablePreferences : public DamagedPreferences {};
