@@ -35,8 +35,9 @@ std::string legacyValue(const macos::Dictionary& settings, const LegacySource& s
   if (source.mask != 0) name += ", bit " + std::to_string(source.mask);
   const macos::Value* value = settings.find(source.key);
   const auto integer = value ? value->ifInteger() : std::nullopt;
-  if (source.mask != 0 && integer)
+  if (source.mask != 0 && integer) {
     return name + ((integer->low64() & source.mask) != 0 ? ": set" : ": clear");
+  }
   return name + ": " + (value ? shown(*value) : "-");
 }
 

@@ -116,7 +116,7 @@ void add(Home& home, const NSURL& url, std::size_t limit) {
 void AddNew(benchmark::State& state) {
   Home home(countOf(state), state.range(1) != 0);
   std::size_t next = 0;
-  for (auto _ : state) {
+  for ([[maybe_unused]] auto _ : state) {
     add(home, home.url(next++), countOf(state));
     state.PauseTiming();
     const vennick::VKItem other = home.list.objectAtIndexedSubscript(0).copy();
@@ -130,20 +130,20 @@ void AddAgain(benchmark::State& state) {
   Home home(countOf(state), state.range(1) != 0);
   for (std::size_t i = 0; i < 2; ++i) add(home, home.url(i), countOf(state));
   std::size_t next = 0;
-  for (auto _ : state) add(home, home.url(next++ % 2), countOf(state));
+  for ([[maybe_unused]] auto _ : state) add(home, home.url(next++ % 2), countOf(state));
 }
 
 void RefreshNewest(benchmark::State& state) {
   Home home(countOf(state), state.range(1) != 0);
   add(home, home.url(0), countOf(state));
-  for (auto _ : state) add(home, home.url(0), countOf(state));
+  for ([[maybe_unused]] auto _ : state) add(home, home.url(0), countOf(state));
 }
 
 void AddUnseen(benchmark::State& state) {
   Home home(countOf(state), state.range(1) != 0);
   const std::vector<NSURL> urls{*NSURL::URLWithString("./one"), *NSURL::URLWithString("./two")};
   std::size_t next = 0;
-  for (auto _ : state) add(home, urls[next++ % 2], countOf(state));
+  for ([[maybe_unused]] auto _ : state) add(home, urls[next++ % 2], countOf(state));
 }
 
 void sizes(benchmark::internal::Benchmark* benchmark) {

@@ -100,7 +100,7 @@ template <typename Run>
 void measure(benchmark::State& state, Run run) {
   long peak = 0;
   double least = std::numeric_limits<double>::max();
-  for (auto _ : state) {
+  for ([[maybe_unused]] auto _ : state) {
     const Cost cost = run();
     state.SetIterationTime(cost.processorSeconds);
     least = std::min(least, cost.processorSeconds);

@@ -82,8 +82,9 @@ class ResolutionRoot {
  private:
   ResolutionRoot() : path_(std::filesystem::temp_directory_path() / "fuzz-XXXXXX") {
     if (::mkdtemp(path_.data()) == nullptr) std::abort();
-    for (const char* folder : {kFolder, "/Volumes/Stick/folder", "/Applications"})
+    for (const char* folder : {kFolder, "/Volumes/Stick/folder", "/Applications"}) {
       std::filesystem::create_directories(path_ + folder);
+    }
     std::filesystem::create_symlink("/", path_ + "/Volumes/Macintosh HD");
     std::filesystem::create_symlink("loop", path_ + "/Users/anna/loop");
     std::filesystem::create_symlink("Documents", path_ + "/Users/anna/link");

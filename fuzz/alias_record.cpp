@@ -33,8 +33,9 @@ std::uint32_t identifier(std::string_view path) {
 std::string withIdentifiersOfTheDocument(AliasRecord record) {
   record.targetID = identifier(ResolutionRoot::kFile);
   record.parentID = identifier(ResolutionRoot::kFolder);
-  if (!record.directoryIDs().empty())
+  if (!record.directoryIDs().empty()) {
     record.setDirectoryIDs({record.parentID, identifier("/Users/anna"), identifier("/Users")});
+  }
   return record.encode().valueOr("");
 }
 
@@ -60,8 +61,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     resolve(bytes, ResolveMode::AnyTarget, vennick::AllowUI::No);
     return 0;
   }
-  for (const auto tag : {AliasTag::UnicodeName, AliasTag::UnicodeVolumeName})
+  for (const auto tag : {AliasTag::UnicodeName, AliasTag::UnicodeVolumeName}) {
     if (const auto name = record->unicodeName(tag); name && name->size() > size / 2) abort();
+  }
   if (record->directoryIDs().size() > size / 4) abort();
   resolveInEveryWay(*record, bytes);
 

@@ -49,8 +49,9 @@ void checkFork(std::string_view bytes) {
   const auto written = fork->encode();
   if (!written) return;
   const auto again = macos::ResourceFork::decode(*written);
-  if (!again || again->resources().size() != fork->resources().size() || *again->encode() != *written)
+  if (!again || again->resources().size() != fork->resources().size() || *again->encode() != *written) {
     abort();
+  }
 }
 
 }  // namespace

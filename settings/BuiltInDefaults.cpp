@@ -106,8 +106,9 @@ void VKSettings::mergeExcludedApplications(const macos::Dictionary& initialDefau
   for (const macos::Value& application : *builtIn) {
     if (!macos::containsObject(merged, application)) merged.append(application);
   }
-  if (merged.size() > present)
+  if (merged.size() > present) {
     defaults()->setObject(macos::Value(std::move(merged)), SettingsKeys::AppsToExclude);
+  }
 }
 
 // The edition's interface binds to the shared controller, so that controller starts from the values of

@@ -12,7 +12,6 @@ namespace vennick {
 using macos::Dictionary;
 using macos::NSDate;
 using macos::NSURL;
-using macos::Value;
 
 namespace {
 

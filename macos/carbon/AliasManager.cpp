@@ -100,8 +100,9 @@ AliasRecord RecordMaker::make() const {
 bool RecordMaker::addMacNames(AliasRecord& record) const {
   const auto volumeName = macName(volumeName_);
   const auto name = macName(name_);
-  if (!volumeName || volumeName->size() > kLongestMacVolumeName || !name || name->size() > kLongestMacName)
+  if (!volumeName || volumeName->size() > kLongestMacVolumeName || !name || name->size() > kLongestMacName) {
     return false;
+  }
   const std::string folder = pathByDeletingLastPathComponent(item_.path);
   const auto folderName =
       isVolumeRoot_ || folder == volume_.mountPoint ? volumeName : macName(lastPathComponent(folder));
@@ -135,9 +136,11 @@ void RecordMaker::addIdentifiers(AliasRecord& record) const {
 
 void RecordMaker::addNames(AliasRecord& record) const {
   const std::string path = pathOnVolume(item_, volume_);
-  if (record.version == 2)
-    if (auto carbon = carbonPath(record.volumeName, path))
+  if (record.version == 2) {
+    if (auto carbon = carbonPath(record.volumeName, path)) {
       record.setField(AliasTag::CarbonPath, std::move(*carbon));
+    }
+  }
   record.setUnicodeName(AliasTag::UnicodeName, catalogName(name_));
   record.setUnicodeName(AliasTag::UnicodeVolumeName, catalogName(volumeName_));
   record.setField(AliasTag::PosixPath, path);
@@ -243,8 +246,9 @@ OSErr FSUpdateAlias(const FSRef* fromFile, const FSRef& target, AliasHandle& ali
   const OSErr code = FSNewAlias(fromFile, target, &made);
   if (code != noErr) return code;
   // The application's own mark stays.
-  if (alias.bytes.size() >= sizeof(OSType))
+  if (alias.bytes.size() >= sizeof(OSType)) {
     made.bytes.replace(0, sizeof(OSType), alias.bytes, 0, sizeof(OSType));
+  }
   if (wasChanged != nullptr) *wasChanged = !(made == alias);
   alias = std::move(made);
   return noErr;
@@ -298,8 +302,9 @@ OSErr FSResolveAliasFileWithMountFlags(FSRef* ref, bool resolveAliasChains, bool
     if (!isAliasOrLink(*item) || (!met.empty() && !resolveAliasChains)) return noErr;
 
     const auto isItem = [&](const FileInfo& each) { return each.isSameItem(item->info); };
-    if (std::any_of(met.begin(), met.end(), isItem) || met.size() == kMostAliasFilesInAChain)
+    if (std::any_of(met.begin(), met.end(), isItem) || met.size() == kMostAliasFilesInAChain) {
       return sameFileErr;
+    }
     met.push_back(item->info);
     if (const OSErr code = followAliasFile(*item, ref); code != noErr) return code;
     if (wasAliased != nullptr) *wasAliased = true;

@@ -130,8 +130,9 @@ Result<AliasRecord> AliasRecord::decode(std::string_view bytes) {
   record.userType = readBigEndian<OSType>(bytes, 0);
   const std::size_t size = readBigEndian<std::uint16_t>(bytes, 4);
   record.version = readBigEndian<std::uint16_t>(bytes, 6);
-  if (record.version != 2 && record.version != 3)
+  if (record.version != 2 && record.version != 3) {
     return Status(ErrorCode::Unsupported, "alias record", "another version");
+  }
   const std::size_t fixed = fixedSize(record.version);
   if (size < fixed) return corrupt("shorter than its fixed part");
   if (size > bytes.size()) return corrupt("longer than its data");
@@ -147,14 +148,16 @@ Result<AliasRecord> AliasRecord::decode(std::string_view bytes) {
 
 Result<std::string> AliasRecord::encode() const {
   if (version != 2 && version != 3) return invalid("another version");
-  if (volumeName.size() >= kVolumeNameField || targetName.size() >= kTargetNameField)
+  if (volumeName.size() >= kVolumeNameField || targetName.size() >= kTargetNameField) {
     return invalid("a name is too long");
+  }
 
   std::string out = fixedPart_.size() == fixedSize(version) ? fixedPart_ : unusedFixedPart(version);
   writeBigEndian(out, 0, userType);
   writeBigEndian(out, 6, version);
-  if ((readBigEndian<std::uint16_t>(out, 8) != 0) != isFolder)
+  if ((readBigEndian<std::uint16_t>(out, 8) != 0) != isFolder) {
     writeBigEndian(out, 8, static_cast<std::uint16_t>(isFolder ? 1 : 0));
+  }
   version == 2 ? writeVersion2(*this, out) : writeVersion3(*this, out);
 
   for (const Field& each : fields) {
@@ -168,8 +171,9 @@ Result<std::string> AliasRecord::encode() const {
 }
 
 std::optional<std::string_view> AliasRecord::field(AliasTag tag) const {
-  for (const Field& each : fields)
+  for (const Field& each : fields) {
     if (each.tag == static_cast<std::uint16_t>(tag)) return each.bytes;
+  }
   return std::nullopt;
 }
 
@@ -193,8 +197,9 @@ std::optional<std::u16string> AliasRecord::unicodeName(AliasTag tag) const {
   const auto count = readBigEndian<std::uint16_t>(*bytes, 0);
   if (!holdsRange(*bytes, 2, std::uint64_t{count} * 2)) return std::nullopt;
   std::u16string name;
-  for (std::size_t i = 0; i < count; ++i)
+  for (std::size_t i = 0; i < count; ++i) {
     name.push_back(static_cast<char16_t>(readBigEndian<std::uint16_t>(*bytes, 2 + 2 * i)));
+  }
   return name;
 }
 
@@ -207,8 +212,9 @@ std::optional<UTCDateTime> AliasRecord::date(AliasTag tag) const {
 std::vector<std::uint32_t> AliasRecord::directoryIDs() const {
   std::vector<std::uint32_t> identifiers;
   const std::string_view bytes = field(AliasTag::DirectoryIDs).value_or(std::string_view());
-  for (std::size_t i = 0; i + 4 <= bytes.size(); i += 4)
+  for (std::size_t i = 0; i + 4 <= bytes.size(); i += 4) {
     identifiers.push_back(readBigEndian<std::uint32_t>(bytes, i));
+  }
   return identifiers;
 }
 

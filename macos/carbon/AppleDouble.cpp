@@ -53,15 +53,18 @@ Status readAttributes(std::string_view file, std::size_t entryOffset, std::size_
   const auto count = readBigEndian<std::uint16_t>(file, header + 34);
   std::size_t position = header + kAttributeHeaderSize;
   for (unsigned i = 0; i < count; ++i) {
-    if (!holdsRange(file, position, kAttributeEntryFixedSize))
+    if (!holdsRange(file, position, kAttributeEntryFixedSize)) {
       return corruptDouble("an attribute lies outside");
+    }
     const auto valueOffset = readBigEndian<std::uint32_t>(file, position);
     const auto valueLength = readBigEndian<std::uint32_t>(file, position + 4);
     const auto nameLength = readBigEndian<std::uint8_t>(file, position + 10);
-    if (nameLength == 0 || !holdsRange(file, position + kAttributeEntryFixedSize, nameLength))
+    if (nameLength == 0 || !holdsRange(file, position + kAttributeEntryFixedSize, nameLength)) {
       return corruptDouble("an attribute's name lies outside");
-    if (!holdsRange(file, valueOffset, valueLength))
+    }
+    if (!holdsRange(file, valueOffset, valueLength)) {
       return corruptDouble("an attribute's value lies outside");
+    }
     if (!budget.take(valueLength)) return corruptDouble("attributes hold more than the file");
 
     // The length counts a zero byte at the end.
@@ -134,11 +137,13 @@ Result<AppleDouble> AppleDouble::decode(std::string_view bytes) {
   if (bytes.size() < kDoubleHeaderSize) return corruptDouble("too short");
   if (readBigEndian<std::uint32_t>(bytes, 0) != kMagic) return corruptDouble("another magic number");
   const auto version = readBigEndian<std::uint32_t>(bytes, 4);
-  if (version != kVersion1 && version != kVersion2)
+  if (version != kVersion1 && version != kVersion2) {
     return Status(ErrorCode::Unsupported, "AppleDouble", "another version");
+  }
   const auto count = readBigEndian<std::uint16_t>(bytes, 24);
-  if (!holdsRange(bytes, kDoubleHeaderSize, std::uint64_t{count} * kEntrySize))
+  if (!holdsRange(bytes, kDoubleHeaderSize, std::uint64_t{count} * kEntrySize)) {
     return corruptDouble("too many entries");
+  }
 
   AppleDouble file;
   Budget budget(bytes.size());
@@ -156,8 +161,9 @@ Result<AppleDouble> AppleDouble::decode(std::string_view bytes) {
       if (length < FinderInfo::kSize) return corruptDouble("short Finder information");
       file.finderInfo = *FinderInfo::decode(bytes.substr(offset, FinderInfo::kSize));
       Budget values(bytes.size());
-      if (Status status = readAttributes(bytes, offset, length, values, file.attributes); !status.ok())
+      if (Status status = readAttributes(bytes, offset, length, values, file.attributes); !status.ok()) {
         return status;
+      }
     } else if (identifier == kResourceForkEntry) {
       if (!std::exchange(hasResourceFork, true)) file.resourceFork = bytes.substr(offset, length);
     } else {
@@ -169,8 +175,9 @@ Result<AppleDouble> AppleDouble::decode(std::string_view bytes) {
 }
 
 Result<std::string> AppleDouble::encode() const {
-  if (!canBeWritten(*this))
+  if (!canBeWritten(*this)) {
     return Status(ErrorCode::InvalidArgument, "AppleDouble", "too large, or a name is too long");
+  }
 
   const std::size_t count = otherEntries.size() + 2;
   std::string out;

@@ -148,8 +148,9 @@ std::optional<ItemOnDisk> Search::around(const std::string& path) {
   const std::string folder = pathByDeletingLastPathComponent(path);
   if (path == "/") return std::nullopt;
   const auto info = files_.info(folder, FollowLinks::No);
-  if (info && info->isFolder() && info->inode == content_.folderInode)
+  if (info && info->isFolder() && info->inode == content_.folderInode) {
     return in(folder, entriesOf(folder), name);
+  }
 
   const std::string above = pathByDeletingLastPathComponent(folder);
   for (const FolderEntry& entry : entriesOf(above)) {
@@ -184,9 +185,11 @@ std::optional<ItemOnDisk> Search::below(const std::string& folder, std::size_t l
   };
   if (level + 1 == content_.depth) {
     // The root of a volume has another inode in its folder's list than it has itself.
-    for (const FolderEntry& entry : entries)
-      if (auto item = hasHash(entry) ? itemAt(pathByAppendingComponent(folder, entry.name)) : std::nullopt)
+    for (const FolderEntry& entry : entries) {
+      if (auto item = hasHash(entry) ? itemAt(pathByAppendingComponent(folder, entry.name)) : std::nullopt) {
         return item;
+      }
+    }
     return in(folder, entries, "");
   }
   const bool isFolderNext = level + 2 == content_.depth;

@@ -28,8 +28,9 @@ LSItemInfoFlags flagsOfFolder(const ItemOnDisk& item, const FinderInfo& finderIn
   LSItemInfoFlags flags = kLSItemInfoIsContainer;
   if (isPackage(item.path, item.info, finderInfo)) {
     flags |= kLSItemInfoIsPackage;
-    if (lowercaseASCII(pathExtension(item.path)) == "app")
+    if (lowercaseASCII(pathExtension(item.path)) == "app") {
       flags |= kLSItemInfoIsApplication | kLSItemInfoIsNativeApp;
+    }
   }
   if (volumeOfItem(item).mountPoint == item.path) flags |= kLSItemInfoIsVolume;
   return flags;
@@ -44,8 +45,9 @@ LSItemInfoFlags flagsOf(const ItemOnDisk& item, const FinderInfo& finderInfo) {
   } else {
     flags = flagsOfFile(item, finderInfo);
   }
-  if (finderInfo.isInvisible() || lastPathComponent(item.path).starts_with('.'))
+  if (finderInfo.isInvisible() || lastPathComponent(item.path).starts_with('.')) {
     flags |= kLSItemInfoIsInvisible;
+  }
   if (finderInfo.hidesExtension()) flags |= kLSItemInfoExtensionIsHidden;
   return flags;
 }

@@ -28,8 +28,9 @@ struct Range {
 bool overlap(std::vector<Range> ranges) {
   std::erase_if(ranges, [](const Range& range) { return range.length == 0; });
   std::sort(ranges.begin(), ranges.end(), [](const Range& a, const Range& b) { return a.start < b.start; });
-  for (std::size_t i = 1; i < ranges.size(); ++i)
+  for (std::size_t i = 1; i < ranges.size(); ++i) {
     if (ranges[i].start < ranges[i - 1].start + ranges[i - 1].length) return true;
+  }
   return false;
 }
 
@@ -74,13 +75,15 @@ Status MapReader::read(std::vector<Resource>& resources) {
     const auto type = readBigEndian<OSType>(map_, types + 2 + i * kTypeSize);
     const Range& list = lists_[i + 1];
     if (Status status = readReferences(type, list.start, list.length / kReferenceSize, resources);
-        !status.ok())
+        !status.ok()) {
       return status;
+    }
   }
   // Before anything is copied: pieces that shared their bytes would multiply them.
   if (overlap(pieces_)) return corruptFork("resources overlap");
-  for (std::size_t i = 0; i < pieces_.size(); ++i)
+  for (std::size_t i = 0; i < pieces_.size(); ++i) {
     resources[i].data = data_.substr(pieces_[i].start + 4, pieces_[i].length - 4);
+  }
   return Status();
 }
 
@@ -89,8 +92,10 @@ Status MapReader::readReferences(OSType type, std::size_t list, std::size_t coun
   for (std::size_t i = 0; i < count; ++i) {
     const std::size_t entry = list + i * kReferenceSize;
     Resource resource{.type = type, .identifier = readBigEndian<std::int16_t>(map_, entry)};
-    if (Status status = readName(readBigEndian<std::uint16_t>(map_, entry + 2), resource.name); !status.ok())
+    if (Status status = readName(readBigEndian<std::uint16_t>(map_, entry + 2), resource.name);
+        !status.ok()) {
       return status;
+    }
     const auto place = readBigEndian<std::uint32_t>(map_, entry + 4);
     resource.attributes = static_cast<std::uint8_t>(place >> 24);
 
@@ -141,8 +146,9 @@ Result<ResourceFork> ResourceFork::decode(std::string_view bytes) {
   if (!holdsRange(bytes, dataOffset, dataLength)) return corruptFork("the data area lies outside");
   if (!holdsRange(bytes, mapOffset, mapLength)) return corruptFork("the map lies outside");
   if (mapLength < kMapFixedSize) return corruptFork("the map is too short");
-  if (overlap({{0, kForkHeaderSize}, {dataOffset, dataLength}, {mapOffset, mapLength}}))
+  if (overlap({{0, kForkHeaderSize}, {dataOffset, dataLength}, {mapOffset, mapLength}})) {
     return corruptFork("areas overlap");
+  }
 
   const std::string_view map = bytes.substr(mapOffset, mapLength);
   fork.mapAttributes_ = readBigEndian<std::uint16_t>(map, 22);
@@ -159,16 +165,18 @@ Result<std::string> ResourceFork::encode() const {
   appendBigEndian(types, static_cast<std::uint16_t>(groups.size() - 1));
   for (const auto& group : groups) {
     const std::size_t referenceList = typeListSize + references.size();
-    if (referenceList > 0xFFFF)
+    if (referenceList > 0xFFFF) {
       return Status(ErrorCode::InvalidArgument, "resource fork", "too many resources");
+    }
     appendBigEndian(types, group.front()->type);
     appendBigEndian(types, static_cast<std::uint16_t>(group.size() - 1));
     appendBigEndian(types, static_cast<std::uint16_t>(referenceList));
 
     for (const Resource* resource : group) {
       const bool isNamed = !resource->name.empty();
-      if (resource->name.size() > 0xFF || names.size() >= kNoName || data.size() > kLargestDataOffset)
+      if (resource->name.size() > 0xFF || names.size() >= kNoName || data.size() > kLargestDataOffset) {
         return Status(ErrorCode::InvalidArgument, "resource fork", "too much data or too long a name");
+      }
       appendBigEndian(references, resource->identifier);
       appendBigEndian(references, isNamed ? static_cast<std::uint16_t>(names.size()) : kNoName);
       appendBigEndian(references,
@@ -203,14 +211,16 @@ Result<std::string> ResourceFork::encode() const {
 }
 
 const Resource* ResourceFork::find(OSType type, std::int16_t identifier) const {
-  for (const Resource& resource : resources_)
+  for (const Resource& resource : resources_) {
     if (resource.type == type && resource.identifier == identifier) return &resource;
+  }
   return nullptr;
 }
 
 const Resource* ResourceFork::findFirst(OSType type) const {
-  for (const Resource& resource : resources_)
+  for (const Resource& resource : resources_) {
     if (resource.type == type) return &resource;
+  }
   return nullptr;
 }
 

@@ -55,8 +55,9 @@ std::optional<std::string> pathOnVolume(const AliasRecord& record) {
 
 // Where the volume was mounted; "" when the record does not even name it.
 std::string mountPoint(const AliasRecord& record) {
-  if (const auto place = record.field(AliasTag::MountPoint))
+  if (const auto place = record.field(AliasTag::MountPoint)) {
     return std::string(withoutTrailingSlashes("/" + withoutLeadingSlashes(*place)));
+  }
   if ((record.volumeAttributes & kAliasVolumeIsBoot) != 0) return "/";
   const std::u16string name = aliasVolumeName(record);
   return name.empty() ? "" : pathByAppendingComponent(kVolumesFolder, posixNameFromCatalog(name));
@@ -74,8 +75,9 @@ std::u16string recordedName(const AliasRecord& record, AliasTag tag, const std::
 // Seconds since 1970; of a version 2 record without an exact date they are local ones.
 std::optional<std::int64_t> recordedCreation(const AliasRecord& record) {
   UTCDateTime date = record.targetCreated;
-  if (record.version == 2)
+  if (record.version == 2) {
     date = record.date(AliasTag::TargetCreated).value_or(UTCDateTime{record.targetCreatedLocal} << 16);
+  }
   return date == 0 ? std::nullopt : std::optional(unixSeconds(date));
 }
 
@@ -202,8 +204,9 @@ std::optional<AliasTarget> AliasSearch::itemByIdentifier(std::string_view folder
     std::string path = pathByAppendingComponent(folder, entry.name);
     const auto item = files_.info(path, FollowLinks::No);
     if (item && item->inode == entry.inode && item->device == device &&
-        hasAliasCreationDate(record_, item->created).value_or(false))
+        hasAliasCreationDate(record_, item->created).value_or(false)) {
       return AliasTarget{.path = std::move(path), .item = *item};
+    }
   }
   return std::nullopt;
 }

@@ -162,8 +162,9 @@ bool BinaryReader::readTopObject(std::uint64_t reference, Value& value) {
 
 bool BinaryReader::readTrailer(std::uint64_t& topObject) {
   if (size_ > kPropertyListMaximumSize) return fail(0, "too large");
-  if (size_ < kHeaderSize + 1 + kBinaryTrailerSize)
+  if (size_ < kHeaderSize + 1 + kBinaryTrailerSize) {
     return fail(size_, "too short for a header and a trailer");
+  }
   const std::size_t trailer = size_ - kBinaryTrailerSize;
   offsets_.width = bytes_[trailer + 6];
   referenceWidth_ = bytes_[trailer + 7];
@@ -191,8 +192,9 @@ bool BinaryReader::readTrailer(std::uint64_t& topObject) {
 
 bool BinaryReader::checkOffsets() {
   for (std::size_t i = 0; i < objectCount_; ++i) {
-    if (offsets_[i] >= objectsEnd_)
+    if (offsets_[i] >= objectsEnd_) {
       return fail(objectsEnd_ + i * offsets_.width, "an offset outside the objects");
+    }
   }
   return true;
 }
@@ -426,8 +428,9 @@ bool BinaryReader::readDictionary(std::size_t offset, Value& value, Expansion& e
   const std::size_t firstKey = stack_.size();
   if (shape != KeyShapes::kNone) {
     const KeyShapes::Totals totals = shapes_.totals(shape);
-    if (!add(expansion, {totals.keys, totals.bytes}))
+    if (!add(expansion, {totals.keys, totals.bytes})) {
       return fail(offset, "shared keys that stand for too much");
+    }
   } else if (!readLooseKeys(keys, payload.count, expansion)) {
     return false;
   }
@@ -493,8 +496,9 @@ bool BinaryReader::readLooseKeys(const IntegerTable& keys, std::size_t count, Ex
 bool hasBinaryPropertyListMagic(std::string_view bytes) { return bytes.starts_with(kMagic); }
 
 Result<Value> readBinaryPropertyList(std::string_view bytes) {
-  if (!hasBinaryPropertyListMagic(bytes))
+  if (!hasBinaryPropertyListMagic(bytes)) {
     return corruptPropertyList("binary property list", 0, "no such header");
+  }
   return BinaryReader(bytes).read();
 }
 

@@ -45,8 +45,9 @@ Encoding declaredEncoding(std::string_view bytes) {
   std::size_t at = declaration.find("encoding");
   if (at == std::string_view::npos) return Encoding::UTF8;
   at = declaration.find_first_not_of(" \t\r\n=", at + std::string_view("encoding").size());
-  if (at == std::string_view::npos || (declaration[at] != '"' && declaration[at] != '\''))
+  if (at == std::string_view::npos || (declaration[at] != '"' && declaration[at] != '\'')) {
     return Encoding::UTF8;
+  }
   const std::size_t end = declaration.find(declaration[at], at + 1);
   if (end == std::string_view::npos) return Encoding::UTF8;
   return encodingWithName(declaration.substr(at + 1, end - at - 1));

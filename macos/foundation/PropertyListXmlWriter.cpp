@@ -26,8 +26,9 @@ constexpr std::string_view kBase64Alphabet =
 // The two characters of each twelve bits.
 constexpr std::array<std::array<char, 2>, 4096> kBase64Pairs = [] {
   std::array<std::array<char, 2>, 4096> pairs{};
-  for (std::size_t i = 0; i < pairs.size(); ++i)
+  for (std::size_t i = 0; i < pairs.size(); ++i) {
     pairs[i] = {kBase64Alphabet[i >> 6], kBase64Alphabet[i & 0x3F]};
+  }
   return pairs;
 }();
 

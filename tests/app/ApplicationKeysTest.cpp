@@ -24,8 +24,9 @@ class ApplicationKeys : public testing::Test {
     add("CFBundleVersion", version);
     add("CFBundleShortVersionString", version);
     host_.root().writeFile(path + "/Contents/Info.plist", information + "</dict></plist>");
-    if (!executable.empty())
+    if (!executable.empty()) {
       host_.root().makeExecutable(path + "/Contents/MacOS/" + executable, "#!/bin/sh\n");
+    }
   }
 
   // Applications are looked for once a host: another one sees what was installed since.

@@ -214,8 +214,9 @@ class BadInputRun : public WholeRunTest {
                                             "com.quorvale.Vennick.plist",
                                             "com.quorvale.Vennick.settings.plist"};
     EXPECT_EQ(namesIn(preferences()), names);
-    for (const std::string& name : names)
+    for (const std::string& name : names) {
       EXPECT_EQ(readFile(preferences() / name), readFile(sample / name)) << name;
+    }
   }
 
   static void expectLogNames(const Outcome& outcome, std::string_view path) {
@@ -224,8 +225,9 @@ class BadInputRun : public WholeRunTest {
 };
 
 TEST_F(BadInputRun, EmptyFilesReadAsEmptyDomains) {
-  for (const std::string_view domain : {kMainDomain, kSettingsDomain, kFavoritesDomain})
+  for (const std::string_view domain : {kMainDomain, kSettingsDomain, kFavoritesDomain}) {
     writeFile(domainFile(domain), "");
+  }
   EXPECT_EQ(run().exitStatus, 0);
   EXPECT_EQ(settings(kSomeKeys), kDefaults);
   for (const std::string_view domain : {kMainDomain, kSettingsDomain, kFavoritesDomain}) {

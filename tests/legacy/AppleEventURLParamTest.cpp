@@ -7,7 +7,6 @@
 
 using macos::AEDesc;
 using macos::AppleEvent;
-using macos::fourCharCode;
 using vennick::tests::eventWith;
 using vennick::tests::eventWithText;
 using vennick::tests::kEventKey;

@@ -26,7 +26,6 @@ using tests::aliasTo;
 using tests::CountingFileSystem;
 using tests::refTo;
 using tests::TestHost;
-using tests::TestHostOptions;
 
 using Names = std::vector<std::string>;
 
@@ -364,8 +363,9 @@ TEST_F(List, MovesBeforeTheItemThatIsThereNow) {
   EXPECT_EQ(moved(0, 2), (Names{"b", "a", "c"}));
   EXPECT_EQ(moved(2, 0), (Names{"c", "a", "b"}));
   EXPECT_EQ(moved(1, 1), (Names{"a", "b", "c"}));
-  for (const auto& [from, to] : std::vector<std::pair<int, int>>{{0, 3}, {3, 0}, {-1, 0}, {0, -1}})
+  for (const auto& [from, to] : std::vector<std::pair<int, int>>{{0, 3}, {3, 0}, {-1, 0}, {0, -1}}) {
     EXPECT_EQ(moved(from, to), (Names{"a", "b", "c"}));
+  }
 }
 
 // It looks like a mistake and is kept.
@@ -517,8 +517,9 @@ constexpr std::size_t kMany = 10'000;
 LegacyItemArray manyItems(std::size_t count) {
   const Value alias = data(aliasTo("/Users/anna/a").bytes);
   Array array;
-  for (std::size_t i = 0; i < count; ++i)
+  for (std::size_t i = 0; i < count; ++i) {
     array.append(Value(Dictionary{{"Name", Value("x")}, {"Alias", alias}}));
+  }
   return itemArrayFromArray(array);
 }
 

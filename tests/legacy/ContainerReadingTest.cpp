@@ -8,7 +8,6 @@
 
 using macos::Array;
 using macos::Dictionary;
-using macos::Integer;
 using macos::Value;
 
 namespace vennick {

@@ -23,7 +23,6 @@ using macos::OSErr;
 using macos::Value;
 using tests::aliasTo;
 using tests::changedAlias;
-using tests::pathOf;
 using tests::refTo;
 using tests::TestHost;
 using tests::writeAliasFile;

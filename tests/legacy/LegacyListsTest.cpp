@@ -201,8 +201,9 @@ TEST_F(LegacyLists, TheDomainsFilesStayAsTheyAre) {
   writeDomain(kLegacySettingsDomain, {{"Settings", Value(Dictionary{{"ActiveSet", Value("A")}})}});
   const std::vector<std::string> names = host_.root().names(std::string(kPreferencesFolder));
   std::vector<std::string> before;
-  for (const std::string& name : names)
+  for (const std::string& name : names) {
     before.push_back(host_.root().readFile(std::string(kPreferencesFolder) + "/" + name));
+  }
   {
     openReadOnly();
     LegacyPreferences preferences;
@@ -210,12 +211,14 @@ TEST_F(LegacyLists, TheDomainsFilesStayAsTheyAre) {
       preferences.switchToSet(set);
       convertFavorites(preferences);
     }
-    for (const std::string_view domain : {kLegacyDomain, kLegacyFavoritesDomain, kLegacySettingsDomain})
+    for (const std::string_view domain : {kLegacyDomain, kLegacyFavoritesDomain, kLegacySettingsDomain}) {
       macos::CFPreferencesAppSynchronize(domain);
+    }
   }
   EXPECT_EQ(host_.root().names(std::string(kPreferencesFolder)), names);
-  for (std::size_t i = 0; i < names.size(); ++i)
+  for (std::size_t i = 0; i < names.size(); ++i) {
     EXPECT_EQ(host_.root().readFile(std::string(kPreferencesFolder) + "/" + names[i]), before[i]) << names[i];
+  }
 }
 
 }  // namespace

@@ -499,8 +499,9 @@ TEST_F(LegacyPreferencesTest, DumpShowsEverySectionUnderItsTitle) {
   const std::vector<std::string> lines = host_.log().lines();
   std::vector<std::string> headings;
   for (const std::string& line : lines) {
-    if (line.starts_with("** ") || line.starts_with("---") || line == "After loading")
+    if (line.starts_with("** ") || line.starts_with("---") || line == "After loading") {
       headings.push_back(line);
+    }
   }
   EXPECT_EQ(headings, (std::vector<std::string>{
                           "-------------- Preferences ----------------", "After loading",

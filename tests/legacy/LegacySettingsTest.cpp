@@ -5,7 +5,6 @@
 #include "tests/legacy/LegacyHome.h"
 
 using macos::Array;
-using macos::Dictionary;
 using macos::Integer;
 using macos::Value;
 

@@ -12,8 +12,6 @@
 
 using macos::FSRef;
 using vennick::tests::FailingFileSystem;
-using vennick::tests::FileEvent;
-using vennick::tests::FileOperation;
 using vennick::tests::ForwardingFileSystem;
 using vennick::tests::LockingFileSystem;
 using vennick::tests::Operations;

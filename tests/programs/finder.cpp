@@ -50,10 +50,12 @@ macos::OSErr moveToTrash(const macos::AppleEvent& event) {
   macos::OSErr code = macos::AEGetParamDesc(event, macos::keyDirectObject, macos::typeAlias, &desc);
   macos::AliasHandle alias{std::move(desc.data)};
   macos::FSRef item, trash;
-  if (code == macos::noErr)
+  if (code == macos::noErr) {
     code = macos::FSResolveAliasWithMountFlags(nullptr, alias, &item, nullptr, macos::kResolveAliasFileNoUI);
-  if (code == macos::noErr)
+  }
+  if (code == macos::noErr) {
     code = macos::FSFindFolder(macos::kUserDomain, macos::kTrashFolderType, true, &trash);
+  }
   return code == macos::noErr ? macos::FSMoveObject(item, trash, nullptr) : code;
 }
 
@@ -64,9 +66,10 @@ macos::OSErr answer(std::string_view manner, const macos::AppleEvent& event, mac
   if (manner.ends_with("die")) ::_exit(0);
   if (manner == "slow") ::sleep(kSlowSeconds);
   if (manner == "stuck") ::sleep(kStuckSeconds);
-  if (manner == "move-zero")
+  if (manner == "move-zero") {
     macos::AEPutParamDesc(reply, macos::keyErrorNumber,
                           macos::AEDesc::withInteger(macos::typeSInt32, macos::noErr));
+  }
   return manner == "refuse" ? kNoSuchObject : code;
 }
 

@@ -6,7 +6,6 @@
 namespace vennick {
 namespace {
 
-using macos::Array;
 using macos::Dictionary;
 using macos::NSDate;
 using macos::NSURL;

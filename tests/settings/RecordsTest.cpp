@@ -8,7 +8,6 @@ namespace {
 
 using macos::Array;
 using macos::Dictionary;
-using macos::NSURL;
 using macos::Value;
 
 class Records : public tests::StoreTest {

@@ -18,7 +18,6 @@ namespace {
 
 using macos::Array;
 using macos::Dictionary;
-using macos::NSURL;
 using macos::Value;
 
 struct StoreFile {

@@ -26,8 +26,9 @@ std::string readIndependently(std::string_view script, std::string_view bytes, s
   FILE* pipe = popen(command.c_str(), "r");
   if (pipe == nullptr) return "FAILED: no shell";
   std::array<char, 4096> buffer;
-  while (const std::size_t count = fread(buffer.data(), 1, buffer.size(), pipe))
+  while (const std::size_t count = fread(buffer.data(), 1, buffer.size(), pipe)) {
     output.append(buffer.data(), count);
+  }
   const int status = pclose(pipe);
   unlink(file.c_str());
   return status == 0 ? output : "FAILED: " + output;

@@ -33,8 +33,9 @@ std::string shown(const Bitmap& bitmap) {
 
 Bitmap sketch(std::uint32_t width, std::uint32_t height) {
   Bitmap bitmap(width, height);
-  for (std::size_t i = 0; i < bitmap.pixels.size(); ++i)
+  for (std::size_t i = 0; i < bitmap.pixels.size(); ++i) {
     bitmap.pixels[i] = static_cast<std::uint8_t>(i * 37 + i / 7);
+  }
   return bitmap;
 }
 

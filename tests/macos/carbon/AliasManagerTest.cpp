@@ -385,10 +385,12 @@ TEST_F(Alias, IdentifierOutranksAnExistingPathOnlyWithItsDateAndItsParent) {
       record.setDate(AliasTag::TargetCreated, date + (static_cast<UTCDateTime>(seconds) << 16));
     });
   };
-  for (const std::int64_t hours : {-24, -2, -1, 1, 2, 24})
+  for (const std::int64_t hours : {-24, -2, -1, 1, 2, 24}) {
     EXPECT_EQ(resolve(withDate(hours * 3600)).path, "/Users/anna/Documents/renamed.txt") << hours;
-  for (const std::int64_t seconds : {-1800, -1, 1, 3599, 3601, 25 * 3600})
+  }
+  for (const std::int64_t seconds : {-1800, -1, 1, 3599, 3601, 25 * 3600}) {
     EXPECT_EQ(resolve(withDate(seconds)).path, kFile) << seconds;
+  }
   EXPECT_EQ(resolve(changed(alias, [](AliasRecord& record) { ++record.parentID; })).path, kFile);
   EXPECT_EQ(resolve(changed(alias, [](AliasRecord& record) { ++record.targetID; })).path, kFile);
 }
@@ -562,8 +564,9 @@ TEST_F(AliasFile, ChainsAreFollowedWhenAskedFor) {
 
 TEST_F(AliasFile, RingOfThreeLeadsToItself) {
   for (const char* name : {"a", "b", "c"}) host.root().writeFile(std::string("/Users/anna/") + name, "");
-  for (const auto& [from, to] : {std::pair{"a", "b"}, {"b", "c"}, {"c", "a"}})
+  for (const auto& [from, to] : {std::pair{"a", "b"}, {"b", "c"}, {"c", "a"}}) {
     write(std::string("/Users/anna/") + from, std::string("/Users/anna/") + to);
+  }
   // Writing gives a file a new inode; the path still leads to it.
   EXPECT_EQ(follow("/Users/anna/a").code, sameFileErr);
 }

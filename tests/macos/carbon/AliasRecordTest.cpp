@@ -138,8 +138,9 @@ TEST(AliasRecord, ReadsBackWhatItWrote) {
 TEST(AliasRecord, RejectsARecordCutAtAnyByte) {
   for (const char* file : {kVersion2File, kVersion3Files[0]}) {
     const std::string bytes = testData(file);
-    for (std::size_t length = 0; length < bytes.size(); ++length)
+    for (std::size_t length = 0; length < bytes.size(); ++length) {
       EXPECT_FALSE(AliasRecord::decode(std::string_view(bytes).substr(0, length)).ok()) << length;
+    }
   }
 }
 
@@ -172,8 +173,9 @@ TEST(AliasRecord, RejectsALengthThatLies) {
 }
 
 TEST(AliasRecord, RejectsFewerThanEightBytes) {
-  for (std::size_t length = 0; length < 8; ++length)
+  for (std::size_t length = 0; length < 8; ++length) {
     EXPECT_EQ(AliasRecord::decode(std::string(length, '\0')).status().code(), ErrorCode::Corrupt);
+  }
 }
 
 TEST(AliasRecord, DoesNotKnowOtherVersions) {

@@ -82,14 +82,16 @@ TEST(AppleDouble, ReadsBackWhatItWrote) {
 TEST(AppleDouble, RejectsAFileCutAtAnyByte) {
   for (const char* name : {"mac-1_01_dir", "w_00_file3"}) {
     const std::string bytes = realFile(name);
-    for (std::size_t length = 0; length < bytes.size(); ++length)
+    for (std::size_t length = 0; length < bytes.size(); ++length) {
       EXPECT_FALSE(AppleDouble::decode(std::string_view(bytes).substr(0, length)).ok()) << length;
+    }
   }
 }
 
 TEST(AppleDouble, RejectsACountOfEntriesBeyondTheBytes) {
-  for (const std::uint16_t count : {1, 2, 0x7FFF, 0xFFFF})
+  for (const std::uint16_t count : {1, 2, 0x7FFF, 0xFFFF}) {
     EXPECT_FALSE(AppleDouble::decode(header(count)).ok()) << count;
+  }
   EXPECT_TRUE(AppleDouble::decode(header(0)).ok());
 }
 

@@ -44,8 +44,9 @@ class CrowdedFileSystem : public ForwardingFileSystem {
   Result<std::vector<FolderEntry>> list(std::string_view path) override {
     if (path != folder_) return ForwardingFileSystem::list(path);
     std::vector<FolderEntry> entries;
-    for (std::uint64_t i = 0; i < 25'000; ++i)
+    for (std::uint64_t i = 0; i < 25'000; ++i) {
       entries.push_back({std::to_string(i), FileKind::Folder, i + 1});
+    }
     return entries;
   }
 
@@ -240,8 +241,9 @@ TEST_F(Reference, ManyOfThemAreFoundAlthoughFewPlacesAreRemembered) {
     host.root().writeFile(path, "");
     refs.push_back(refTo(path));
   }
-  for (int i = 0; i < 1500; i += 50)
+  for (int i = 0; i < 1500; i += 50) {
     EXPECT_EQ(pathOf(refs[static_cast<std::size_t>(i)]), "/Users/anna/file" + std::to_string(i));
+  }
 }
 
 TEST_F(Reference, TellsWithoutALookWhereItsItemWasSeenLast) {

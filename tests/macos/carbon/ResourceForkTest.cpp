@@ -80,16 +80,18 @@ TEST(ResourceFork, OfOneAliasHasItsDataAt256AndItsMapRightBehind) {
 
 TEST(ResourceFork, ReadsBackWhatItWrote) {
   ResourceFork fork;
-  for (int i = 0; i < 300; ++i)
+  for (int i = 0; i < 300; ++i) {
     fork.set({.type = static_cast<OSType>(1 + i % 3),
               .identifier = static_cast<std::int16_t>(i - 150),
               .name = i % 2 ? "name " + std::to_string(i) : "",
               .data = std::string(static_cast<std::size_t>(i), 'd')});
+  }
   const auto again = ResourceFork::decode(*fork.encode());
   ASSERT_TRUE(again.ok());
   ASSERT_EQ(again->resources().size(), 300U);
-  for (const Resource& resource : fork.resources())
+  for (const Resource& resource : fork.resources()) {
     EXPECT_EQ(*again->find(resource.type, resource.identifier), resource);
+  }
 }
 
 TEST(ResourceFork, ReplacesAndRemovesByTypeAndIdentifier) {
@@ -105,16 +107,19 @@ TEST(ResourceFork, ReplacesAndRemovesByTypeAndIdentifier) {
 }
 
 TEST(ResourceFork, RejectsAForkCutAtAnyByte) {
-  for (const std::string& bytes : {testData("resource-forks/testfile.rsrc"), forkOfOneByte()})
-    for (std::size_t length = 1; length < bytes.size(); ++length)
+  for (const std::string& bytes : {testData("resource-forks/testfile.rsrc"), forkOfOneByte()}) {
+    for (std::size_t length = 1; length < bytes.size(); ++length) {
       EXPECT_FALSE(ResourceFork::decode(std::string_view(bytes).substr(0, length)).ok()) << length;
+    }
+  }
 }
 
 TEST(ResourceFork, RejectsAreasAndListsOutside) {
   const std::string good = forkOfOneByte();
   ASSERT_TRUE(ResourceFork::decode(good).ok());
-  for (const std::size_t place : {0, 4, 8, 12})
+  for (const std::size_t place : {0, 4, 8, 12}) {
     EXPECT_FALSE(ResourceFork::decode(with(good, place, std::uint32_t{0xFFFFFFF0})).ok()) << place;
+  }
   EXPECT_FALSE(ResourceFork::decode(with(good, 12, std::uint32_t{27})).ok());
   EXPECT_FALSE(ResourceFork::decode(with(good, kTypeListOffset, std::uint16_t{49})).ok());
   EXPECT_FALSE(ResourceFork::decode(with(good, kTypeCount, std::uint16_t{0x7FFF})).ok());

@@ -43,8 +43,9 @@ BookmarkData sample() {
 // A bare blob around a body.
 std::string blobOf(const std::string& body) {
   std::string blob = "book";
-  for (const std::size_t number : {kBlobBody + body.size(), std::size_t{0x10040000}, kBlobBody})
+  for (const std::size_t number : {kBlobBody + body.size(), std::size_t{0x10040000}, kBlobBody}) {
     appendLittleEndian(blob, static_cast<std::uint32_t>(number));
+  }
   blob.resize(kBlobBody, '\0');
   return blob + body;
 }
@@ -54,8 +55,9 @@ std::string bodyWithItem(std::uint32_t key, const std::string& items) {
   std::string body;
   appendLittleEndian(body, static_cast<std::uint32_t>(4 + items.size()));
   body += items;
-  for (const std::uint32_t number : {24U, 0xFFFFFFFEU, 1U, 0U, 1U, key, 4U, 0U})
+  for (const std::uint32_t number : {24U, 0xFFFFFFFEU, 1U, 0U, 1U, key, 4U, 0U}) {
     appendLittleEndian(body, number);
+  }
   return body;
 }
 
@@ -106,10 +108,11 @@ TEST(BookmarkData, ReadsBareBookmarksOfARealMac) {
 
 // Everything but the order of the items in the data, which is anybody's choice.
 TEST(BookmarkData, WritesBookmarksOfARealMacForAnIndependentReader) {
-  for (const char* name : kBlobs)
+  for (const char* name : kBlobs) {
     EXPECT_EQ(readIndependently("bookmark.py", decoded(testData(name)).encode()),
               readIndependently("bookmark.py", testData(name)))
         << name;
+  }
 }
 
 TEST(BookmarkData, IsReadByAnIndependentReader) {
@@ -135,16 +138,18 @@ TEST(BookmarkData, MovesBetweenBothContainers) {
             "file created 678292399.5\n" + readIndependently("bookmark.py", blob));
   EXPECT_EQ(decoded(file).values, decoded(blob).values);
   EXPECT_EQ(blobFromBookmarkFile(file)->substr(kBlobBody), blob.substr(kBlobBody));
-  for (const char* name : kFiles)
+  for (const char* name : kFiles) {
     EXPECT_EQ(decoded(*blobFromBookmarkFile(testData(name))).values, decoded(testData(name)).values);
+  }
 }
 
 TEST(BookmarkData, RejectsABookmarkCutAtAnyByte) {
   for (const char* name : {kBlobs[0], kFiles[0], kFiles[1]}) {
     const std::string bytes = testData(name);
-    for (std::size_t length = 0; length < bytes.size(); ++length)
+    for (std::size_t length = 0; length < bytes.size(); ++length) {
       EXPECT_FALSE(BookmarkData::decode(std::string_view(bytes).substr(0, length)).ok())
           << name << " " << length;
+    }
   }
 }
 
@@ -197,12 +202,14 @@ TEST(BookmarkData, ReadsKeysInAnyOrderInTimeInProportionToTheirNumber) {
     const std::uint32_t inDictionary = 12 + 8 * kCount + 16 * i;
     const std::uint32_t inTable = 4 + 16 * i;
     for (const std::uint32_t number : {inDictionary, inDictionary}) appendLittleEndian(pairs, number);
-    for (const std::uint32_t number : {0x80000000 | inTable, inTable, 0U})
+    for (const std::uint32_t number : {0x80000000 | inTable, inTable, 0U}) {
       appendLittleEndian(entries, number);
+    }
   }
   std::string table = offsets({static_cast<std::uint32_t>(4 + texts.size())}) + texts;
-  for (const std::uint32_t number : {12 * kCount + 12, 0xFFFFFFFEU, 1U, 0U, kCount})
+  for (const std::uint32_t number : {12 * kCount + 12, 0xFFFFFFFEU, 1U, 0U, kCount}) {
     appendLittleEndian(table, number);
+  }
   table += entries;
 
   const auto start = vennick::tests::processorTime();

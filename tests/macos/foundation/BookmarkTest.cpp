@@ -276,8 +276,9 @@ TEST_F(Bookmark, FindsNamesInAnotherNormalization) {
 
 TEST_F(Bookmark, KeepsNamesWithEveryByteThatAFileNameCanHold) {
   std::string name;
-  for (int byte = 1; byte < 256; ++byte)
+  for (int byte = 1; byte < 256; ++byte) {
     if (byte != '/') name.push_back(static_cast<char>(byte));
+  }
   name.resize(200);
   for (const std::string& each :
        {name, std::string("invalid \xFF\xFE"), std::string(255, 'n'), std::string("a:b\n.c")}) {

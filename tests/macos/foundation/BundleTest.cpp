@@ -252,8 +252,9 @@ TEST(BundleLanguages, AreTheFoldersThatItHas) {
 TEST(BundleLanguages, AreChosenByTheUsersGlobalSetting) {
   TestHost host;
   setLanguages(host, {"zh-Hans-CN", "de"});
-  for (const auto* name : {"de.lproj", "en.lproj", "zh-Hans.lproj"})
+  for (const auto* name : {"de.lproj", "en.lproj", "zh-Hans.lproj"}) {
     host.root().makeFolder(kResources + name);
+  }
   EXPECT_EQ(bundleAt(kMain)->preferredLocalizations(), (Names{"zh-Hans"}));
 }
 

@@ -35,7 +35,6 @@ using vennick::tests::FailingFileSystem;
 using vennick::tests::FileOperation;
 using vennick::tests::KillingFileSystem;
 using vennick::tests::kPreferencesFolder;
-using vennick::tests::Operations;
 using vennick::tests::PreferencesTest;
 using vennick::tests::runAsOrdinaryUser;
 using vennick::tests::runInChild;

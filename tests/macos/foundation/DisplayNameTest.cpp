@@ -11,12 +11,10 @@
 namespace macos {
 namespace {
 
-using vennick::tests::infoPropertyList;
 using vennick::tests::makeBundle;
 using vennick::tests::setLanguages;
 using vennick::tests::TemporaryRoot;
 using vennick::tests::TestHost;
-using vennick::tests::TestHostOptions;
 using Strings = std::vector<std::string>;
 
 const std::string kSystemTables = "/System/Library/CoreServices/SystemFolderLocalizations/";

@@ -114,8 +114,9 @@ TEST_F(PropertyListPeers, PythonReadsTheSameInOurXML) {
   options.hasNegativeZero = false;  // the text has none
   const auto trees = writeTrees(20260104, 100, options);
   runPython();
-  for (const auto& [name, tree] : trees)
+  for (const auto& [name, tree] : trees) {
     ASSERT_TRUE(areSame(readTestFile(file(name, ".xml.dump")), dump(tree))) << name;
+  }
 }
 
 TEST_F(PropertyListPeers, PythonReadsOurIdentifiersAndFractionsOfSeconds) {

@@ -186,10 +186,12 @@ TEST(Text, AMillionCombiningMarksAreNoTrap) {
 }
 
 TEST(Text, BoolValueReadsTheStartOfAText) {
-  for (const auto* text : {"YES", "yes", "true", "T", "1", "2abc", "  +0009", "-1", "y"})
+  for (const auto* text : {"YES", "yes", "true", "T", "1", "2abc", "  +0009", "-1", "y"}) {
     EXPECT_TRUE(boolValue(text)) << text;
-  for (const auto* text : {"", "NO", "on", "0", "0x1", "false", "- 1", "00"})
+  }
+  for (const auto* text : {"", "NO", "on", "0", "0x1", "false", "- 1", "00"}) {
     EXPECT_FALSE(boolValue(text)) << text;
+  }
 }
 
 TEST(Text, IntegerValueReadsTheNumberAtTheStartAndSaturates) {

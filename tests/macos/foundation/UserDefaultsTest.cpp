@@ -19,9 +19,7 @@ namespace macos {
 namespace {
 
 using vennick::tests::CountingFileSystem;
-using vennick::tests::FailingFileSystem;
 using vennick::tests::FileOperation;
-using vennick::tests::Operations;
 using vennick::tests::PreferencesTest;
 using vennick::tests::runInChild;
 using vennick::tests::TestHost;

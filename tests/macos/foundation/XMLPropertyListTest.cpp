@@ -350,8 +350,9 @@ std::string wide(std::string_view text, std::size_t width, bool bigEndian) {
   if (width == 2) {
     for (const char16_t unit : utf16FromUTF8(text)) put(unit);
   } else {
-    for (std::size_t i = 0; i < text.size(); i += codePointAt(text, i).length)
+    for (std::size_t i = 0; i < text.size(); i += codePointAt(text, i).length) {
       put(codePointAt(text, i).value);
+    }
   }
   return bytes;
 }

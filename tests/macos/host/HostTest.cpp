@@ -19,7 +19,6 @@ namespace {
 
 using vennick::tests::expectInChild;
 using vennick::tests::TestHost;
-using vennick::tests::TestHostOptions;
 
 std::vector<std::string>& events() {
   static std::vector<std::string> list;

@@ -270,8 +270,9 @@ TEST_P(PosixFileSystemChanges, ReplaceAllNeedsRoomForOneFileOnly) {
   // So of new files beside two there is room for one.
   write("small/c", "");
   for (const Status& result : files.replaceAll(contents, 0644)) EXPECT_TRUE(result.ok()) << result.message();
-  for (const char* const name : {"small/a", "small/b", "small/c"})
+  for (const char* const name : {"small/a", "small/b", "small/c"}) {
     EXPECT_TRUE(content(name) == after) << name;
+  }
   EXPECT_EQ(root.names("/Users/anna/d/small"), (Names{"a", "b", "c"}));
 }
 
