@@ -24,7 +24,7 @@ constexpr char32_t kFirstReserved = 0xE000;
 constexpr char32_t kLastReserved = 0xF8FF;
 
 std::string keyText(std::string_view characters, std::int64_t keyCode) {
-  const std::string code = "key " + std::to_string(keyCode);
+  std::string code = "key " + std::to_string(keyCode);
   if (characters.empty()) return code;
   const char32_t first = macos::codePointAt(characters, 0).value;
   if (first == ' ') return "Space";
