@@ -293,6 +293,7 @@ class Value {
   bool isShared() const { return tag_ >= Tag::Data; }
   template <typename T>
   void put(T content) noexcept {
+    // NOLINTNEXTLINE(bugprone-sizeof-expression): a pointer is meant where T is one
     static_assert(sizeof(T) <= kShortCapacity && alignof(T) <= 8);
     ::new (static_cast<void*>(storage_)) T(std::move(content));
   }
