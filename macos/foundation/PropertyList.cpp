@@ -58,10 +58,7 @@ Value writablePart(const Value& value, std::size_t depth) {
 }  // namespace
 
 bool hasPropertyListForm(const Value& value) {
-  if (const auto date = value.ifDate()) {
-    const double seconds = date->secondsSinceReferenceDate;
-    return seconds >= kEarliestDate && seconds < kLatestDate;
-  }
+  if (const auto date = value.ifDate()) return isInCalendar(*date);
   return !value.isNull() && value.ifURL() == nullptr;
 }
 

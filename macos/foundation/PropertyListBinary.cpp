@@ -317,9 +317,9 @@ bool BinaryReader::readReal(std::size_t offset, Value& value) {
 
 bool BinaryReader::readDate(std::size_t offset, Value& value) {
   if (bytes_[offset] != kDateMarker || !holds(offset + 1, 8)) return fail(offset, "a date cut short");
-  const double seconds = std::bit_cast<double>(loadBigEndian64(bytes_ + offset + 1));
+  const NSDate date{std::bit_cast<double>(loadBigEndian64(bytes_ + offset + 1))};
   // One that no calendar holds, or that is no number, reads as null: what stands beside it is not broken.
-  value = seconds >= kEarliestDate && seconds < kLatestDate ? Value(NSDate{seconds}) : Value();
+  value = isInCalendar(date) ? Value(date) : Value();
   return true;
 }
 

@@ -109,10 +109,8 @@ const char* whyRefused(const Value& value) {
       return "null has no form";
     case Value::Kind::URL:
       return "a URL has no form";
-    case Value::Kind::Date: {
-      const double seconds = value.ifDate()->secondsSinceReferenceDate;
-      return seconds >= kEarliestDate && seconds < kLatestDate ? nullptr : "a date out of range";
-    }
+    case Value::Kind::Date:
+      return isInCalendar(*value.ifDate()) ? nullptr : "a date out of range";
     default:
       return nullptr;
   }

@@ -26,6 +26,11 @@ inline constexpr std::string_view kUIDKey = "CF$UID";
 inline constexpr double kEarliestDate = -378683424000.0;  // -9999-01-01 00:00:00
 inline constexpr double kLatestDate = 252423993600.0;     // 10000-01-01 00:00:00, not included
 
+// Whether a date is one that the formats can hold; one that is no number is none.
+inline bool isInCalendar(NSDate date) {
+  return date.secondsSinceReferenceDate >= kEarliestDate && date.secondsSinceReferenceDate < kLatestDate;
+}
+
 // Whether the formats have a form for the value; of an array or dictionary without what is in it.
 bool hasPropertyListForm(const Value& value);
 

@@ -224,8 +224,7 @@ void XMLWriter::appendNumber(std::int64_t number, std::size_t width) {
 }
 
 bool XMLWriter::appendDate(NSDate date) {
-  const double seconds = date.secondsSinceReferenceDate;
-  if (!(seconds >= kEarliestDate && seconds < kLatestDate)) return fail("a date out of range");
+  if (!isInCalendar(date)) return fail("a date out of range");
   const CivilTime time = civilTime(date);
   text_ += "<date>";
   if (time.year < 0) text_ += '-';
